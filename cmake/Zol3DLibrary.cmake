@@ -46,7 +46,7 @@ target_include_directories(Zol3DUtil
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>"
   PRIVATE
     "${PROJECT_SOURCE_DIR}")
-target_link_libraries(Zol3DUtil PUBLIC OpenMP::OpenMP_CXX Threads::Threads)
+target_link_libraries(Zol3DUtil PUBLIC OpenMP::OpenMP_CXX Threads::Threads PRIVATE ${ZOL3D_PRIVATE_LIBRARIES})
 if(ZOL3D_SANITIZE)
   # Consumers of a sanitized library must link the sanitizer runtimes too.
   target_link_options(Zol3DUtil INTERFACE ${ZOL3D_SANITIZER_FLAGS})
