@@ -104,8 +104,10 @@ double &MRangeImage::indexFailureValue()
 
 void MRangeImage::setGrid(int height, int width)
 {
-    height = std::max(height, 0);
-    width = std::max(width, 0);
+    // A grid without pixels is 0 x 0: a row count without columns (or the
+    // reverse) would only make every row-by-row loop spin over nothing.
+    if (height <= 0 || width <= 0)
+        height = width = 0;
     m_values.resize(gridCount(height, width));
     m_height = height;
     m_width = width;

@@ -42,8 +42,8 @@ public:
     // this image is left empty.
     void transferDataTo(MRangeImage &dest);
 
-    // Storage. A negative dimension counts as 0; a grid too large for the
-    // arrays raises std::bad_alloc.
+    // Storage. A grid with a dimension of 0 or below is the empty 0 x 0 grid;
+    // one too large for the arrays raises std::bad_alloc.
     void resize(int height, int width);
     void init(double value);
     void invalidate();

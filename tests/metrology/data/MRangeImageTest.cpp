@@ -178,6 +178,9 @@ TEST(MRangeImage, ResizeResetsValuesAndKeepsPoseAndPixelSizes)
     image.resize(-2, 5);
     EXPECT_EQ(image.size(), 0);
     EXPECT_EQ(image.height(), 0);
+    EXPECT_EQ(image.width(), 0);
+    image.resize(1000000000, 0);
+    EXPECT_EQ(image.height(), 0);
     EXPECT_THROW(image.resize(65536, 65536), std::bad_alloc);
 }
 
