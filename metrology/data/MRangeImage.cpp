@@ -260,6 +260,8 @@ void MRangeImage::updateMatrices()
 
 void MRangeImage::transpose()
 {
+    // Only the values move: colours, pixel sizes and pose stay as callers of
+    // this operation have always found them.
     MDoubleArray transposed(size());
     const double *src = values();
     for (int row = 0; row < m_height; ++row)

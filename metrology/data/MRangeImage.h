@@ -66,7 +66,9 @@ public:
     void setValues(const double *src);
     void setColors(const MColor *src);
 
-    // Bounds-checked access; see the index failure below.
+    // Bounds-checked access. Out of range is the index failure; with
+    // exceptions off a read gives the marker, a write goes to a shared dummy
+    // and validity is false.
     double value(int i) const { return isInRange(i) ? m_values[i] : indexFailureValue(); }
     double value(int row, int col) const { return isInRange(row, col) ? m_values[row * m_width + col] : indexFailureValue(); }
     double &operator[](int i) { return isInRange(i) ? m_values[i] : indexFailureValue(); }

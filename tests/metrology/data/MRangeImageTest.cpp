@@ -316,6 +316,15 @@ TEST(MRangeImage, PoseChangesRenewTheDerivedMatrices)
     EXPECT_TRUE((image.worldToImageMatrix() * image.worldPoint(1, 0)).equals(MVector3d(1, 0, 1), 1e-12));
 }
 
+TEST(MRangeImage, WorldToImageTakesThePoseAsRigid)
+{
+    // The inverse is R^T after -t, so a pose that scales is not undone.
+    MRangeImage image(2, 2);
+    image.setPose(MMatrix4::Scaling(2.0, 2.0, 2.0));
+    EXPECT_EQ(image.imageToWorldMatrix() * MVector3d(1, 1, 1), MVector3d(2, 2, 2));
+    EXPECT_EQ(image.worldToImageMatrix() * MVector3d(2, 2, 2), MVector3d(4, 4, 4));
+}
+
 TEST(MRangeImage, ValidQuadsCompareEachEdgeStrictlyWithItsOwnLimit)
 {
     // Rows 2, columns 3, slope 1: a change along a row (to the next column)
