@@ -272,7 +272,7 @@ public:
         if (m_recordBytes > in.remaining())
             return;
         constexpr std::size_t ChunkBytes = std::size_t(1) << 20;
-        const std::size_t chunkRecords = std::max<std::size_t>(1, ChunkBytes / std::max<std::size_t>(m_recordBytes, 1));
+        const std::size_t chunkRecords = std::clamp<std::size_t>(ChunkBytes / std::max<std::size_t>(m_recordBytes, 1), 1, std::size_t(count));
         const std::unique_ptr<unsigned char[]> chunk(new unsigned char[std::max<std::size_t>(chunkRecords * m_recordBytes, 1)]);
         for (int done = 0; done < count;) {
             const std::size_t wanted = std::min<std::size_t>(chunkRecords, std::size_t(count - done));
@@ -354,28 +354,27 @@ public:
             return;
         const std::unique_ptr<unsigned char[]> block(new unsigned char[m_blockBytes]);
         std::size_t delivered = MLzf::decompress(compressed, size, block.get(), m_blockBytes);
-        if (delivered == 0 && size > 0) {
-            // LZF refuses a stream that decodes to more than the block, as the
-            // stream of a file with further fields does, and leaves what it
-            // decoded before. Decoded again over NaN and the fill colour, the
-            // part it never reached keeps the points invalid and the colours gray.
-            prefill(block.get());
-            MLzf::decompress(compressed, size, block.get(), m_blockBytes);
-            delivered = m_blockBytes;
-        }
+        if (delivered == 0 && size > 0)
+            delivered = decodedPrefix(compressed, size, block.get());
         storeCoordinates<T>(block.get(), delivered, points);
         if (colors)
             storeColors(block.get(), delivered, colors);
     }
 
 private:
-    void prefill(unsigned char *block) const
+    // LZF refuses a stream that decodes to more than the block, as the
+    // stream of a file with further fields does, and a stream cut short; it
+    // leaves what it decoded before the run that failed. Decoded once more
+    // over zeros and once over ones, the two blocks part where that ended,
+    // so that no value is taken from a run that never arrived.
+    std::size_t decodedPrefix(const unsigned char *compressed, std::size_t size, unsigned char *block) const
     {
-        std::memset(block, 0xFF, m_blockBytes);
-        const std::uint32_t gray = MColor::Gray.argb();
-        const int n = m_color.elementsWithin(4, m_blockBytes, m_points);
-        for (int i = 0; i < n; ++i)
-            std::memcpy(block + m_color.offset + std::uint64_t(i) * m_color.stride, &gray, 4);
+        const std::unique_ptr<unsigned char[]> probe(new unsigned char[m_blockBytes]);
+        std::memset(block, 0x00, m_blockBytes);
+        std::memset(probe.get(), 0xFF, m_blockBytes);
+        MLzf::decompress(compressed, size, block, m_blockBytes);
+        MLzf::decompress(compressed, size, probe.get(), m_blockBytes);
+        return std::size_t(std::mismatch(block, block + m_blockBytes, probe.get()).first - block);
     }
 
     // A NaN in the file is a point the writer had no value for: the marker
