@@ -1,5 +1,6 @@
 #include "metrology/fileio/detail/MNumberText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <limits>
@@ -43,9 +44,18 @@ std::int64_t decimalMagnitude(const char *p, const char *end)
     return magnitude;
 }
 
-// The longest decimal, infinity or NaN at p in the pattern of strtod, with
-// an optional plus sign. Out of range it becomes an infinity or a signed
-// zero, as strtod makes it. False when no number starts at p.
+// "0x" in front of a hexadecimal digit or point.
+bool isHexPrefix(const char *p, const char *end)
+{
+    if (end - p < 3 || p[0] != '0' || (p[1] != 'x' && p[1] != 'X'))
+        return false;
+    const char c = p[2];
+    return MNumberText::isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F') || c == '.';
+}
+
+// The longest decimal, hexadecimal, infinity or NaN at p in the pattern of
+// strtod, with an optional plus sign. Out of range it becomes an infinity
+// or a signed zero, as strtod makes it. False when no number starts at p.
 template <class T>
 bool convertPrefix(const char *&p, const char *end, T &value)
 {
@@ -55,13 +65,24 @@ bool convertPrefix(const char *&p, const char *end, T &value)
         if (start < end && *start == '-')
             return false;
     }
+    const bool negative = start < end && *start == '-';
+    const char *digits = negative ? start + 1 : start;
     T result = 0;
-    const std::from_chars_result parsed = std::from_chars(start, end, result);
-    if (parsed.ec == std::errc::invalid_argument)
-        return false;
+    std::from_chars_result parsed{};
+    bool tooSmall = false;
+    if (isHexPrefix(digits, end) &&
+        (parsed = std::from_chars(digits + 2, end, result, std::chars_format::hex)).ec != std::errc::invalid_argument) {
+        result = negative ? -result : result;
+        const char *exponent = std::find_if(digits, parsed.ptr, [](char c) { return c == 'p' || c == 'P'; });
+        tooSmall = exponent + 1 < parsed.ptr && exponent[1] == '-';
+    } else {
+        parsed = std::from_chars(start, end, result);
+        if (parsed.ec == std::errc::invalid_argument)
+            return false;
+        tooSmall = parsed.ec == std::errc::result_out_of_range && decimalMagnitude(start, parsed.ptr) < 0;
+    }
     if (parsed.ec == std::errc::result_out_of_range) {
-        const bool negative = *p == '-';
-        const T limit = decimalMagnitude(p, parsed.ptr) < 0 ? T(0) : std::numeric_limits<T>::infinity();
+        const T limit = tooSmall ? T(0) : std::numeric_limits<T>::infinity();
         result = negative ? -limit : limit;
     }
     value = result;

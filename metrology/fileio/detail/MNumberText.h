@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Zol3DExport.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -10,7 +12,7 @@ namespace ZOLAR3D {
 // Each reader follows one of three habits, and each habit is kept here:
 // the plain conversion of a whole token, the scanf conversions, and the
 // extraction of a standard stream.
-struct MNumberText {
+struct ZOL3D_API MNumberText {
     // The number at the start of a token, after leading white space, or 0
     // when there is none; beyond the range of a double it is an infinity,
     // below it a zero of the right sign.
