@@ -104,8 +104,10 @@ double &MRangeImage::indexFailureValue()
 
 void MRangeImage::setGrid(int height, int width)
 {
-    height = std::max(height, 0);
-    width = std::max(width, 0);
+    // A grid without pixels is 0 x 0: a row count without columns (or the
+    // reverse) would only make every row-by-row loop spin over nothing.
+    if (height <= 0 || width <= 0)
+        height = width = 0;
     m_values.resize(gridCount(height, width));
     m_height = height;
     m_width = width;
@@ -258,6 +260,8 @@ void MRangeImage::updateMatrices()
 
 void MRangeImage::transpose()
 {
+    // Only the values move: colours, pixel sizes and pose stay as callers of
+    // this operation have always found them.
     MDoubleArray transposed(size());
     const double *src = values();
     for (int row = 0; row < m_height; ++row)

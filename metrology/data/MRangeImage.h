@@ -42,8 +42,8 @@ public:
     // this image is left empty.
     void transferDataTo(MRangeImage &dest);
 
-    // Storage. A negative dimension counts as 0; a grid too large for the
-    // arrays raises std::bad_alloc.
+    // Storage. A grid with a dimension of 0 or below is the empty 0 x 0 grid;
+    // one too large for the arrays raises std::bad_alloc.
     void resize(int height, int width);
     void init(double value);
     void invalidate();
@@ -66,7 +66,9 @@ public:
     void setValues(const double *src);
     void setColors(const MColor *src);
 
-    // Bounds-checked access; see the index failure below.
+    // Bounds-checked access. Out of range is the index failure; with
+    // exceptions off a read gives the marker, a write goes to a shared dummy
+    // and validity is false.
     double value(int i) const { return isInRange(i) ? m_values[i] : indexFailureValue(); }
     double value(int row, int col) const { return isInRange(row, col) ? m_values[row * m_width + col] : indexFailureValue(); }
     double &operator[](int i) { return isInRange(i) ? m_values[i] : indexFailureValue(); }

@@ -45,12 +45,12 @@ MRangeImage MRangeImage::roi(int row, int col, int numRows, int numCols) const
     const bool withColors = hasColors();
     if (withColors)
         result.m_colors.resize(result.size());
-    for (int r = 0; r < numRows; ++r) {
+    const int width = result.m_width;
+    for (int r = 0; r < result.m_height; ++r) {
         const int from = (firstRow + r) * m_width + firstCol;
-        if (numCols > 0)
-            std::memcpy(result.values() + r * numCols, values() + from, std::size_t(numCols) * sizeof(double));
+        std::memcpy(result.values() + r * width, values() + from, std::size_t(width) * sizeof(double));
         if (withColors)
-            std::copy(colors() + from, colors() + from + numCols, result.colors() + r * numCols);
+            std::copy(colors() + from, colors() + from + width, result.colors() + r * width);
     }
     return result;
 }

@@ -178,6 +178,9 @@ TEST(MRangeImage, ResizeResetsValuesAndKeepsPoseAndPixelSizes)
     image.resize(-2, 5);
     EXPECT_EQ(image.size(), 0);
     EXPECT_EQ(image.height(), 0);
+    EXPECT_EQ(image.width(), 0);
+    image.resize(1000000000, 0);
+    EXPECT_EQ(image.height(), 0);
     EXPECT_THROW(image.resize(65536, 65536), std::bad_alloc);
 }
 
@@ -311,6 +314,15 @@ TEST(MRangeImage, PoseChangesRenewTheDerivedMatrices)
     image.applyTransformation(move);
     EXPECT_TRUE(image.pose().equals(move * move, 1e-14));
     EXPECT_TRUE((image.worldToImageMatrix() * image.worldPoint(1, 0)).equals(MVector3d(1, 0, 1), 1e-12));
+}
+
+TEST(MRangeImage, WorldToImageTakesThePoseAsRigid)
+{
+    // The inverse is R^T after -t, so a pose that scales is not undone.
+    MRangeImage image(2, 2);
+    image.setPose(MMatrix4::Scaling(2.0, 2.0, 2.0));
+    EXPECT_EQ(image.imageToWorldMatrix() * MVector3d(1, 1, 1), MVector3d(2, 2, 2));
+    EXPECT_EQ(image.worldToImageMatrix() * MVector3d(2, 2, 2), MVector3d(4, 4, 4));
 }
 
 TEST(MRangeImage, ValidQuadsCompareEachEdgeStrictlyWithItsOwnLimit)

@@ -238,6 +238,25 @@ TEST_F(MriFile, TruncatedFilesLoadAPartlyFilledImageAtEveryCutLength)
     }
 }
 
+TEST_F(MriFile, TruncatedUncompressedFilesKeepWhatTheirHeaderHolds)
+{
+    std::mt19937 rng(17);
+    const MRangeImage image = test::randomRangeImage(rng, 4, 3, true);
+    ASSERT_TRUE(image.saveMriNoCompress(widePath("full.mri").c_str()));
+    const Bytes bytes = test::readBytes(path("full.mri"));
+    for (std::size_t cut = 0; cut < bytes.size(); ++cut) {
+        test::writeBytes(path("cut.mri"), bytes.data(), cut);
+        MRangeImage loaded;
+        ASSERT_TRUE(loaded.loadMriNoCompress(widePath("cut.mri").c_str())) << cut;
+        expectConsistent(loaded, cut);
+        EXPECT_LE(std::uint64_t(loaded.size()) * 8, cut);
+        if (cut >= HeaderSize) {
+            EXPECT_EQ(loaded.pose(), image.pose());
+            EXPECT_EQ(loaded.width(), 3) << cut;
+        }
+    }
+}
+
 TEST_F(MriFile, CorruptedFilesNeverReachBeyondWhatTheFileCanHold)
 {
     std::mt19937 rng(8);
