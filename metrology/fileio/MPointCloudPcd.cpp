@@ -160,6 +160,8 @@ bool PcdHeader::read(MLineReader &in)
     return false;
 }
 
+// Only the names "x" and "rgb" are looked for: "rgba" and every other
+// field is passed over like padding, as this reader has always done.
 void PcdHeader::readFields(const PcdTokens &tokens)
 {
     fieldCount = int(tokens.size()) - 1;
@@ -414,6 +416,9 @@ private:
     BlockColumn m_color;
 };
 
+// A field's position among the fields is its token on the line, whatever
+// the counts of the fields in front of it: files with arrays in front of x
+// or rgb read other tokens, which this reader has always accepted.
 void readAsciiBody(MLineReader &in, const PcdHeader &header, MVector3d *points, MColor *colors, int count)
 {
     PcdTokens tokens;

@@ -451,6 +451,15 @@ TEST_F(PcdFile, AsciiNumbersArePlainConversions)
     EXPECT_EQ(cloud[2], MVector3d(2.5, 0, -7));
 }
 
+TEST_F(PcdFile, AsciiTokensCountFieldsNotTheirElements)
+{
+    // x is the second field, so its value is the second token, though a
+    // padding field of four elements stands in front of it.
+    MPointCloud cloud;
+    ASSERT_TRUE(load(cloud, header("_ x y z", "1 4 4 4", "U F F F", "4 1 1 1", 1, 1, "ascii") + "10 11 12 13 1 2 3\n"));
+    EXPECT_EQ(cloud[0], MVector3d(11, 12, 13));
+}
+
 // ---------------------------------------------------------------- binary bodies
 
 TEST_F(PcdFile, BinaryRecordsReadTheirFieldsAndDropTheRest)
