@@ -1,0 +1,9 @@
+// The arrays of the straight and flat shapes, compiled and exported once here.
+#include "MLineArray.h"
+#include "metrology/core/detail/MTypedArrayImpl.h"
+
+namespace ZOLAR3D {
+
+template class MTypedArray<MLineArray, MLine>;
+
+} // namespace ZOLAR3D
