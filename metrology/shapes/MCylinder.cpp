@@ -54,12 +54,8 @@ bool MCylinder::intersection(const MLine &line, MVector3d &point) const
     return found;
 }
 
-MMatrix4 MCylinder::pose() const { return isValid() ? MAxialShape::pose(m_position, m_direction) : MMatrix4::Zero; }
+MMatrix4 MCylinder::pose() const { return MAxialShape::pose(isValid(), m_position, m_direction); }
 
-void MCylinder::applyTransformation(const MMatrix4 &m)
-{
-    if (isValid())
-        MAxialShape::transform(m, m_position, m_direction);
-}
+void MCylinder::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_direction); }
 
 } // namespace ZOLAR3D
