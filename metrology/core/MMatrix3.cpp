@@ -160,7 +160,9 @@ MMatrix3 MMatrix3::FromQuaternion(double w, double x, double y, double z)
 MVector3d MMatrix3::eulerAngles(MVector3d *second) const
 {
     const double *m = m_m;
-    if (std::fabs(m[6]) == 1.0) {
+    // Beyond 1, which only rounding in a product of rotations produces, the
+    // angle is as undefined as at 1 itself and is reported the same way.
+    if (std::fabs(m[6]) >= 1.0) {
         if (second)
             second->invalidate();
         return MVector3d::Invalid;

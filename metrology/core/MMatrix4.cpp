@@ -200,13 +200,14 @@ MMatrix4 MMatrix4::FromQuaternion(double w, double x, double y, double z)
     return FromMatrix3(MMatrix3::FromQuaternion(w, x, y, z));
 }
 
-// The directions are normalised but not orthogonalised. The failure text
-// names the method's earlier name, which hosts match on; it is kept.
+// The directions are normalised but not orthogonalised; a null direction is
+// refused like an invalid one. The failure text carries the method's former
+// name; callers already see that text, so it is kept.
 MMatrix4 MMatrix4::Pose(const MVector3d &x, const MVector3d &y, const MVector3d &z, const MVector3d &t)
 {
-    if (!x.isValid() || !y.isValid() || !z.isValid() || !t.isValid())
-        return MFailure::raise("MMatrix4::WorldToLocalTransformation: invalid arguments", Zero);
     const MVector3d ux = x.normalized(), uy = y.normalized(), uz = z.normalized();
+    if (!ux.isValid() || !uy.isValid() || !uz.isValid() || !t.isValid())
+        return MFailure::raise("MMatrix4::WorldToLocalTransformation: invalid arguments", Zero);
     return {ux.x(), uy.x(), uz.x(), t.x(), //
             ux.y(), uy.y(), uz.y(), t.y(), //
             ux.z(), uy.z(), uz.z(), t.z(), //

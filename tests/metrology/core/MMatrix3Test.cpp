@@ -167,6 +167,8 @@ TEST(MMatrix3, EulerAnglesAtGimbalLockAreInvalid)
     EXPECT_EQ(second.y(), 2.0);
     EXPECT_EQ(second.z(), 3.0);
     EXPECT_FALSE(MMatrix3(0, 0, 1, 0, 1, 0, -1, 0, 0).eulerAngles().isValid());
+    EXPECT_FALSE(MMatrix3(0, 0, 1, 0, 1, 0, -1 - 2e-16, 0, 0).eulerAngles().isValid());
+    EXPECT_TRUE(MMatrix3(0, 0, 1, 0, 1, 0, std::nextafter(-1.0, 0.0), 0, 0).eulerAngles().isValid());
 }
 
 TEST(MMatrix3, QuaternionAgreesWithAxisAngle)

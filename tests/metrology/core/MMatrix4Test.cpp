@@ -218,7 +218,13 @@ TEST(MMatrix4, PoseNormalisesTheAxesWithoutOrthogonalising)
     const double h = 1 / std::sqrt(2.0);
     EXPECT_TRUE(pose.equals(MMatrix4(1, 0, 0, 7, 0, 0, -h, 8, 0, 1, h, 9, 0, 0, 0, 1), 1e-15));
     EXPECT_EQ(pose * MVector3d(0, 0, 0), MVector3d(7, 8, 9));
+}
+
+// The failure text names the method's former name and is kept as callers know it.
+TEST(MMatrix4, PoseFailsWithTheWorldToLocalTransformationText)
+{
     EXPECT_EQ(MMatrix4::Pose(MVector3d::XUnit, MVector3d::YUnit, MVector3d::ZUnit, MVector3d::Invalid), MMatrix4::Zero);
+    EXPECT_EQ(MMatrix4::Pose(MVector3d::XUnit, MVector3d::Zero, MVector3d::ZUnit, MVector3d::Zero), MMatrix4::Zero);
     test::ScopedExceptions on;
     EXPECT_MEXCEPTION(MMatrix4::Pose(MVector3d::Invalid, MVector3d::YUnit, MVector3d::ZUnit, MVector3d::Zero),
                       "MMatrix4::WorldToLocalTransformation: invalid arguments");

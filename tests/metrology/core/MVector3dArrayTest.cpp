@@ -1,5 +1,7 @@
 #include "MColorArray.h"
 #include "MInvalid.h"
+#include "MMatrix3Array.h"
+#include "MMatrix4Array.h"
 #include "MVector3dArray.h"
 #include "MVector3fArray.h"
 #include "MVector4dArray.h"
@@ -30,6 +32,9 @@ TEST(MVector3dArray, FreshSlotsAreDefaultObjectsUpToTheCapacity)
     EXPECT_EQ(MVector3fArray(2)[1].y(), MInvalidF);
     EXPECT_EQ(MVector4dArray(1)[0].w(), MInvalid);
     EXPECT_EQ(MColorArray(3)[2], MColor::Transparent);
+    EXPECT_EQ(MMatrix3Array(2)[1], MMatrix3::Identity);
+    EXPECT_EQ(MMatrix4Array(1)[0], MMatrix4::Identity);
+    EXPECT_EQ(MMatrix4Array(1).sizeInBytes(), 128);
 }
 
 TEST(MVector3dArray, EqualityIsOfBytesNotOfVectors)
