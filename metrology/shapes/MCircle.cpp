@@ -27,7 +27,7 @@ MVector3d MCircle::intersection(const MLine &line, double &t) const
     return hit;
 }
 
-MMatrix4 MCircle::pose() const { return MAxialShape::pose(isValid(), m_position, m_normal); }
+MMatrix4 MCircle::pose() const { return isValid() ? MAxialShape::pose(m_position, m_normal) : MMatrix4::Zero; }
 
 void MCircle::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_normal); }
 

@@ -111,7 +111,7 @@ bool MCone::intersection(const MLine &line, MVector3d &point) const
     return true;
 }
 
-MMatrix4 MCone::pose() const { return MAxialShape::pose(isValid(), m_position, m_direction); }
+MMatrix4 MCone::pose() const { return isValid() ? MAxialShape::pose(m_position, m_direction) : MMatrix4::Zero; }
 
 void MCone::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_direction); }
 

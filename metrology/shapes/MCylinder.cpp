@@ -54,7 +54,7 @@ bool MCylinder::intersection(const MLine &line, MVector3d &point) const
     return found;
 }
 
-MMatrix4 MCylinder::pose() const { return MAxialShape::pose(isValid(), m_position, m_direction); }
+MMatrix4 MCylinder::pose() const { return isValid() ? MAxialShape::pose(m_position, m_direction) : MMatrix4::Zero; }
 
 void MCylinder::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_direction); }
 

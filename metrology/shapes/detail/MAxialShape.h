@@ -1,20 +1,25 @@
 #pragma once
 
+#include "MMatrix3.h"
 #include "MMatrix4.h"
 #include "MVector3d.h"
-#include "metrology/shapes/detail/MShapeFrame.h"
 
 #include <cmath>
 
 namespace ZOLAR3D {
 
-// What the shapes built around an axis (circle, ellipse, cylinder, cone)
-// share: their local frame and how a transformation moves them.
+// What the shapes built around an axis (lines, rays, segments, circles,
+// ellipses, cylinders, cones) share: their local frame and how a
+// transformation moves them.
 struct MAxialShape {
-    // Origin at the position, Z along the axis; Zero for an invalid shape.
-    static MMatrix4 pose(bool valid, const MVector3d &position, const MVector3d &axis)
+    // The frame whose origin is the position and whose Z axis is the axis.
+    // The rotation comes from the 3x3 form, which also turns an axis exactly
+    // opposite to Z into a proper frame instead of a matrix of non-finite
+    // entries; everywhere else both forms agree. Both arguments must be valid.
+    static MMatrix4 pose(const MVector3d &position, const MVector3d &axis)
     {
-        return valid ? axisFrame(position, axis) : MMatrix4::Zero;
+        const MMatrix4 intoZ = MMatrix4::FromMatrix3(MMatrix3::VectorIntoZRotation(axis, false));
+        return MMatrix4::Translation(position) * intoZ.rigidInverse();
     }
 
     // An invalid shape is left alone. Radii and lengths are not touched: a
