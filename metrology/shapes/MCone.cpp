@@ -66,12 +66,6 @@ double MCone::capRadius() const
     return std::isfinite(toApex) ? (toApex - 0.5 * m_length) * slope : m_radius;
 }
 
-double MCone::distanceToApex(double along, double radial) const
-{
-    const double pastApex = along - m_radius * m_cosHalf / m_sinHalf;
-    return std::sqrt(pastApex * pastApex + radial * radial);
-}
-
 MVector3d MCone::onAxisDirection(const MVector3d &direction) { return MAxialShape::unitPerpendicular(direction); }
 
 bool MCone::intersection(const MLine &line, MVector3d &point) const
