@@ -34,10 +34,11 @@ public:
     }
     bool operator!=(const MCircle &o) const { return !(*this == o); }
 
-    // Unit length of the normal is not part of validity.
+    // Unit length of the normal is not part of validity. The terms are
+    // joined without branches so that a loop over points tests the shape once.
     bool isValid() const
     {
-        return m_position.isValid() && m_normal.isValid() && m_radius > 0.0 && m_radius < MInvalid;
+        return m_position.isValid() & m_normal.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
     }
     void invalidate() { m_position.invalidate(); }
 

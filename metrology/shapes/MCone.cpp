@@ -66,12 +66,6 @@ double MCone::capRadius() const
     return std::isfinite(toApex) ? (toApex - 0.5 * m_length) * slope : m_radius;
 }
 
-double MCone::distanceToApex(double along, double radial) const
-{
-    const double pastApex = along - m_radius * m_cosHalf / m_sinHalf;
-    return std::sqrt(pastApex * pastApex + radial * radial);
-}
-
 MVector3d MCone::onAxisDirection(const MVector3d &direction) { return MAxialShape::unitPerpendicular(direction); }
 
 bool MCone::intersection(const MLine &line, MVector3d &point) const
@@ -113,10 +107,6 @@ bool MCone::intersection(const MLine &line, MVector3d &point) const
 
 MMatrix4 MCone::pose() const { return isValid() ? MAxialShape::pose(m_position, m_direction) : MMatrix4::Zero; }
 
-void MCone::applyTransformation(const MMatrix4 &m)
-{
-    if (isValid())
-        MAxialShape::transform(m, m_position, m_direction);
-}
+void MCone::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_direction); }
 
 } // namespace ZOLAR3D

@@ -49,9 +49,10 @@ public:
     }
     bool operator!=(const MCone &o) const { return !(*this == o); }
 
+    // Joined without branches so that a loop over points tests the cone once.
     bool isValid() const
     {
-        return m_position.isValid() && m_direction.isValid() && m_radius > 0.0 && m_radius < MInvalid;
+        return m_position.isValid() & m_direction.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
     }
     void invalidate() { m_position.invalidate(); }
 
@@ -133,7 +134,11 @@ private:
     {
         return m_radius + generatrixOffset(along, radial) * m_sinHalf;
     }
-    double distanceToApex(double along, double radial) const;
+    double distanceToApex(double along, double radial) const
+    {
+        const double pastApex = along - m_radius * m_cosHalf / m_sinHalf;
+        return std::sqrt(pastApex * pastApex + radial * radial);
+    }
     static MVector3d onAxisDirection(const MVector3d &direction);
 
     MVector3d m_position;

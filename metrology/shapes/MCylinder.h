@@ -38,9 +38,10 @@ public:
     }
     bool operator!=(const MCylinder &o) const { return !(*this == o); }
 
+    // Joined without branches so that a loop over points tests the cylinder once.
     bool isValid() const
     {
-        return m_position.isValid() && m_direction.isValid() && m_radius > 0.0 && m_radius < MInvalid;
+        return m_position.isValid() & m_direction.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
     }
     void invalidate() { m_position.invalidate(); }
 

@@ -1,12 +1,11 @@
 #include "MLine.h"
 #include "MSphere.h"
-#include "MSphereArray.h"
+#include "GeometryTestSupport.h"
 #include "RoundShapeTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 using test::TestPi;
@@ -20,11 +19,7 @@ TEST(MSphere, DefaultUnitSphereAndValidity)
     EXPECT_FALSE(MSphere(MVector3d(0, 0, 0), 0.0).isValid());
     EXPECT_FALSE(MSphere(MVector3d(0, 0, 0), MInvalid).isValid());
     EXPECT_FALSE(MSphere(MVector3d(), 1.0).isValid());
-    MSphere s;
-    s.setPosition(MVector3d(1, 2, 3));
-    s.setRadius(2.0);
-    EXPECT_EQ(s, MSphere(MVector3d(1, 2, 3), 2.0));
-    EXPECT_NE(s, MSphere::UnitSphere);
+    MSphere s(MVector3d(1, 2, 3), 2.0);
     EXPECT_EQ(s.diameter(), 4.0);
     EXPECT_EQ(s.volume(), 4.0 / 3.0 * TestPi * 8.0);
     s.invalidate();
@@ -52,9 +47,9 @@ TEST(MSphere, ProjectionGoesRadiallyToTheSurface)
     EXPECT_EQ(s.projection(MVector3d()), MVector3d::Infinity);
     EXPECT_EQ(MSphere().projection(MVector3d(0, 0, 0)), MVector3d::Infinity);
 
-    std::mt19937 random(5);
+    test::RandomGeometry random(5);
     for (int k = 0; k < 20; ++k) {
-        const MVector3d p = test::randomPoint(random, 10.0);
+        const MVector3d p = random.point(10.0);
         const auto surface = [&](double theta, double phi) {
             return s.position() +
                    MVector3d(std::sin(theta) * std::cos(phi), std::sin(theta) * std::sin(phi), std::cos(theta)) *
@@ -119,23 +114,15 @@ TEST(MSphere, PoseAndTransformationMoveTheCentreOnly)
     invalid.applyTransformation(MMatrix4::Translation(MVector3d(1, 1, 1)));
     EXPECT_EQ(invalid, MSphere());
 
-    std::mt19937 random(13);
+    test::RandomGeometry random(13);
     for (int trial = 0; trial < 50; ++trial) {
-        const MSphere sphere(test::randomPoint(random, 10.0), 4.0);
-        const MMatrix4 m = test::randomRigid(random);
+        const MSphere sphere(random.point(10.0), 4.0);
+        const MMatrix4 m = random.rigidMotion(50.0);
         MSphere moved = sphere;
         moved.applyTransformation(m);
-        const MVector3d p = test::randomPoint(random, 20.0);
+        const MVector3d p = random.point(20.0);
         EXPECT_NEAR(moved.distance(m * p), sphere.distance(p), 1e-9);
         EXPECT_TRUE((moved.pose() * MVector3d(0, 0, 0)).equals(moved.position(), 0.0));
     }
 }
 
-TEST(MSphereArray, HoldsDefaultSpheres)
-{
-    MSphereArray spheres(2);
-    EXPECT_FALSE(spheres[1].isValid());
-    spheres.add(MSphere::UnitSphere);
-    EXPECT_EQ(spheres.size(), 3);
-    EXPECT_EQ(spheres.last(), MSphere::UnitSphere);
-}

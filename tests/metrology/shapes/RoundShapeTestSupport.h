@@ -1,40 +1,18 @@
 #pragma once
 
+#include "GeometryTestSupport.h"
 #include "MMatrix4.h"
 #include "MVector3d.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <random>
 
 namespace ZOLAR3D::test {
 
 constexpr double TestPi = 3.141592653589793;
-
-inline MVector3d randomPoint(std::mt19937 &random, double extent)
-{
-    std::uniform_real_distribution<double> coordinate(-extent, extent);
-    return {coordinate(random), coordinate(random), coordinate(random)};
-}
-
-inline MVector3d randomUnit(std::mt19937 &random)
-{
-    for (;;) {
-        const MVector3d v = randomPoint(random, 1.0);
-        const double n = std::sqrt(v.dot(v));
-        if (n > 0.1 && n <= 1.0)
-            return v / n;
-    }
-}
-
-// A rotation about a random axis followed by a random translation.
-inline MMatrix4 randomRigid(std::mt19937 &random)
-{
-    std::uniform_real_distribution<double> angle(-TestPi, TestPi);
-    return MMatrix4::Translation(randomPoint(random, 50.0)) *
-           MMatrix4::AxisAngleRotation(randomUnit(random), angle(random));
-}
 
 // A parameter range of a surface. A periodic parameter (an angle) is never
 // clamped: the search may move past either end of its period.
@@ -87,6 +65,24 @@ double sampledDistance(const Surface &surface, const ParameterRange &uRange, con
         }
     }
     return best;
+}
+
+// A rigid motion applied to an axial shape and a point alike keeps their
+// distance and carries the projection along; the moved shape's pose maps the
+// local origin and Z axis onto its position and axis.
+template <class Shape>
+void expectFollowsRigidMotion(const Shape &shape, const MMatrix4 &m, const MVector3d &p,
+                              const MVector3d &(Shape::*axis)() const)
+{
+    Shape moved = shape;
+    moved.applyTransformation(m);
+    EXPECT_NEAR(moved.distance(m * p), shape.distance(p), 1e-9);
+    EXPECT_TRUE(near(moved.projection(m * p), m * shape.projection(p), 1e-9));
+    const MMatrix4 pose = moved.pose();
+    EXPECT_TRUE(near(pose * MVector3d(0, 0, 0), moved.position(), 1e-12));
+    MVector3d z = MVector3d::ZUnit;
+    pose.rotateAndScale(z);
+    EXPECT_TRUE(near(z, (moved.*axis)(), 1e-12));
 }
 
 // Unit vectors spanning the plane across the unit axis a, completing a right-handed frame.
