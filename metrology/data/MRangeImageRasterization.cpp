@@ -225,7 +225,8 @@ bool rasterize(MRangeImage &out, const MVector3d *points, const MColor *colors, 
 }
 
 // The smallest box with the frame's orientation that holds every valid
-// point; an invalid box when there is none.
+// point; an invalid box when there is none. A point at infinity could only
+// make the box unusable, so it does not count.
 MBox boundingBoxIn(const MMatrix3 &frame, const MVector3d *points, int count)
 {
     const MMatrix3 toFrame = frame.transposed();
@@ -234,6 +235,8 @@ MBox boundingBoxIn(const MMatrix3 &frame, const MVector3d *points, int count)
         if (!points[i].isValid())
             continue;
         const MVector3d local = toFrame * points[i];
+        if (!(std::isfinite(local.x()) && std::isfinite(local.y()) && std::isfinite(local.z())))
+            continue;
         low = MVector3d::minimum(low, local);
         high = MVector3d::maximum(high, local);
     }

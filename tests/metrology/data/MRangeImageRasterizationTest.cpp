@@ -280,11 +280,15 @@ TEST(MRangeImageRasterization, WithoutABoxTheCloudsOwnSpacingSetsThePixels)
     ASSERT_TRUE(withOutlier.from(organised));
     EXPECT_LE(withOutlier.size(), 4 * 200 + 2 * (withOutlier.width() + withOutlier.height()));
 
-    // Unorganised: the spacing of the points spread over their footprint.
+    // Unorganised: the spacing of the points spread over their footprint; a
+    // point at infinity has no place in it.
     MPointCloud loose = latticeIn(box, 20, 10, 0.5, 0.5, 0.0, 0.0, slope);
     MRangeImage fromLoose;
     ASSERT_TRUE(fromLoose.from(loose));
     EXPECT_DOUBLE_EQ(fromLoose.pixelSizeRows(), std::sqrt(9.5 * 4.5 / 200));
+    loose.add(MVector3d(std::numeric_limits<double>::infinity(), 0, 0));
+    ASSERT_TRUE(fromLoose.from(loose));
+    EXPECT_EQ(fromLoose.numValidPoints(), fromLoose.size());
     // A single point is one pixel of the default size.
     ASSERT_TRUE(fromLoose.from(pointsOf({{3, 4, 5}})));
     EXPECT_EQ(fromLoose.size(), 1);
