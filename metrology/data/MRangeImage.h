@@ -158,14 +158,19 @@ public:
     // Each valid point shares its height among the four pixels around it,
     // with the bilinear weight (1 - |row offset|)(1 - |column offset|); a
     // pixel becomes the weighted mean of its shares, colours alike, and stays
-    // invalid without any. Points beyond the reach of every pixel are dropped.
-    // False, with the image unchanged, for a step that is not positive and
-    // finite, a box or frame that is not a rigid pose, or no valid point.
+    // invalid without any. A pixel reaches one step each way, beyond the box
+    // too, so that edge pixels are not lopsided; points beyond the reach of
+    // every pixel are dropped. False, with the image unchanged, for a step
+    // that is not positive and finite, a box or frame that is not a rigid
+    // pose, a null view direction, or no valid point.
     bool from(const MPointCloud &cloud, const MBox &box, double sizeRows, double sizeColumns);
     // The box is the cloud's bounding box in the frame whose x, y and z axes
     // are the columns of the rotation.
     bool from(const MPointCloud &cloud, const MMatrix3 &frame, double sizeRows, double sizeColumns);
-    // Heights rise against the view direction: the frame's z is its reverse.
+    // Heights rise against the view direction: the frame's z is its reverse,
+    // its x the world y crossed with that z (the world x made perpendicular
+    // to it when the view is close to the world y), so that looking down the
+    // world z gives the world frame.
     bool from(const MPointCloud &cloud, const MVector3d &viewDirection, double sizeRows, double sizeColumns);
     // World-aligned frame, square pixels of the cloud's own spacing: the
     // median distance across the xy plane of neighbouring grid points when it
