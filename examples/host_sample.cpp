@@ -1,9 +1,12 @@
 // Sample host program: what an inspection program does with the library,
-// on data built in memory so that it runs anywhere.
+// first on data built in memory so that it runs anywhere, then on a real scan
+// when one is given on the command line or found beside the source tree.
 #include <Zol3DUtil/Zol3DUtil.h>
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
+#include <string>
 
 using namespace ZOLAR3D;
 
@@ -41,7 +44,75 @@ static void printPoint(const char *name, const MVector3d &p)
         std::printf("  %-22s invalid\n", name);
 }
 
-int main()
+static void describeContents(const MPointCloud &cloud)
+{
+    MVector3d low, high;
+    for (int i = 0; i < cloud.numPoints(); ++i) {
+        low = MVector3d::minimum(low, cloud.point(i));
+        high = MVector3d::maximum(high, cloud.point(i));
+    }
+    std::printf("  %-22s %s\n", "colours", cloud.hasColors() ? "yes" : "no");
+    printPoint("bounding box minimum", low);
+    printPoint("bounding box maximum", high);
+}
+
+static void describe(const char *step, const MRangeImage &image)
+{
+    std::printf("%-24s %6d pixels, %6d valid, %d x %d, pixel size %.3g x %.3g%s\n", step, image.size(),
+                image.numValidPoints(), image.height(), image.width(), image.pixelSizeRows(),
+                image.pixelSizeColumns(), image.hasColors() ? ", coloured" : "");
+}
+
+static void reportRoundTrip(const char *file, bool same)
+{
+    std::printf("  %-22s %s\n", file, same ? "round trip kept the counts" : "ROUND TRIP CHANGED THE COUNTS");
+}
+
+// A real scan through the files and the rasterisation, each file read back.
+static int processScan(const std::string &path)
+{
+    MPointCloud scan;
+    if (!scan.load(path.c_str())) {
+        std::printf("cannot read the scan %s\n", path.c_str());
+        return 1;
+    }
+    std::printf("\nscan %s\n", path.c_str());
+    describe("loaded", scan);
+    describeContents(scan);
+
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "zol3d_sample";
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    const std::string pcd = (folder / "scan.pcd").string();
+    const std::string mri = (folder / "scan.mri").string();
+    const std::string png = (folder / "scan.png").string();
+    std::printf("writing to %s\n", folder.string().c_str());
+
+    // World-aligned, looking down z, with pixels of the scan's own spacing.
+    const MRangeImage image(scan);
+    describe("rasterised", image);
+
+    // PCD with 8-byte coordinates; PNG heights in steps of a tenth of the pixel size.
+    if (!scan.savePcd(pcd.c_str(), 2) || !image.saveMri(mri.c_str()) || !image.savePng(png.c_str(), -0.1)) {
+        std::printf("cannot write to %s\n", folder.string().c_str());
+        return 1;
+    }
+    MPointCloud scanBack;
+    MRangeImage mriBack, pngBack;
+    scanBack.loadPcd(pcd.c_str());
+    mriBack.loadMri(mri.c_str());
+    pngBack.loadPng(png.c_str());
+    reportRoundTrip("scan.pcd", scanBack.numPoints() == scan.numPoints() &&
+                                    scanBack.numValidPoints() == scan.numValidPoints() &&
+                                    scanBack.isOrganized2d() == scan.isOrganized2d() &&
+                                    scanBack.hasColors() == scan.hasColors());
+    reportRoundTrip("scan.mri", mriBack.size() == image.size() && mriBack.numValidPoints() == image.numValidPoints() &&
+                                    mriBack.hasColors() == image.hasColors());
+    reportRoundTrip("scan.png", pngBack.size() == image.size() && pngBack.numValidPoints() == image.numValidPoints());
+    return 0;
+}
+
+int main(int argc, char **argv)
 {
     std::printf("Zol3DUtil sample host program\n");
 
@@ -73,5 +144,11 @@ int main()
     printPoint("window corner", window.point(0, 0));
     window.removeInvalidPoints();
     describe("window, holes removed", window);
-    return 0;
+
+    const std::string scanPath = argc > 1 ? argv[1] : ZOL3D_SAMPLE_SCAN;
+    if (!std::filesystem::is_regular_file(scanPath)) {
+        std::printf("\nno scan at %s: pass the path of a PCD file to run the file part\n", scanPath.c_str());
+        return argc > 1 ? 1 : 0;
+    }
+    return processScan(scanPath);
 }

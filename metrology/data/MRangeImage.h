@@ -17,6 +17,8 @@ namespace ZOLAR3D {
 
 class MBinaryReader;
 class MBinaryWriter;
+class MBox;
+class MPointCloud;
 
 // A height field on a regular grid: one Z value per pixel, row-major, and a
 // pose that puts the grid into the world. An image point is (row, column, z)
@@ -30,6 +32,8 @@ public:
     MRangeImage();
     // All pixels invalid.
     MRangeImage(int height, int width);
+    // Rasterises the cloud through from(cloud).
+    explicit MRangeImage(const MPointCloud &cloud);
     MRangeImage(const MRangeImage &other) = default;
     MRangeImage(MRangeImage &&other) noexcept;
     MRangeImage &operator=(const MRangeImage &other);
@@ -145,6 +149,42 @@ public:
 
     // 16-bit samples: 0 is an invalid pixel, any other sample becomes sample x zScale.
     void from(const unsigned short *data, int height, int width, double pixelSizeColumns, double pixelSizeRows, double zScale);
+
+    // Rasterisation of points into the grid of a box: columns run along the
+    // box's x with step sizeRows, trunc(size x / sizeRows) + 1 of them; rows
+    // along its y with step sizeColumns, trunc(size y / sizeColumns) + 1 of
+    // them; pixel (0, 0) sits on the box's minimum corner and heights are
+    // measured along its z from there. The box's height does not crop.
+    // Each valid point shares its height among the four pixels around it,
+    // with the bilinear weight (1 - |row offset|)(1 - |column offset|); a
+    // pixel becomes the weighted mean of its shares, colours alike, and stays
+    // invalid without any. A pixel reaches one step each way, beyond the box
+    // too, so that edge pixels are not lopsided; points beyond the reach of
+    // every pixel are dropped. False, with the image unchanged, for a step
+    // that is not positive and finite, a box or frame that is not a rigid
+    // pose, a null view direction, or no valid point.
+    bool from(const MPointCloud &cloud, const MBox &box, double sizeRows, double sizeColumns);
+    // The box is the cloud's bounding box in the frame whose x, y and z axes
+    // are the columns of the rotation.
+    bool from(const MPointCloud &cloud, const MMatrix3 &frame, double sizeRows, double sizeColumns);
+    // Heights rise against the view direction: the frame's z is its reverse,
+    // its x the world y crossed with that z (the world x made perpendicular
+    // to it when the view is close to the world y), so that looking down the
+    // world z gives the world frame.
+    bool from(const MPointCloud &cloud, const MVector3d &viewDirection, double sizeRows, double sizeColumns);
+    // World-aligned frame, square pixels of the cloud's own spacing: the
+    // median distance across the xy plane of neighbouring grid points when it
+    // is organised, otherwise the spacing of its valid points spread evenly
+    // over its xy footprint; never below half of the latter, so that outliers
+    // cannot blow the grid up beyond four pixels per point.
+    bool from(const MPointCloud &cloud);
+    // Resamples the valid pixels of an image, this one included, into a box.
+    bool from(const MRangeImage &image, const MBox &box, double sizeRows, double sizeColumns);
+    // Adds the valid points of a cloud into this grid and pose with the same
+    // shares. keepValidPixels leaves valid pixels as they are and fills only
+    // holes; otherwise a valid pixel enters the mean as one full share at its
+    // centre. Returns the number of points that reached the grid.
+    int integrate(const MPointCloud &cloud, bool keepValidPixels);
 
     // The pixels and colours of a rectangle, normalised as for point clouds;
     // the pose moves with it so that every pixel keeps its world position.
