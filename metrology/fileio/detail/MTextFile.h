@@ -1,7 +1,9 @@
 #pragma once
 
+#include "MInvalid.h"
 #include "metrology/core/detail/MPathEncoding.h"
 
+#include <cmath>
 #include <fstream>
 #include <ios>
 
@@ -33,6 +35,24 @@ struct MTextFile {
             return false;
         in >> value;
         return !in.fail();
+    }
+
+    // Reads one number for a value's stream operator. Twelve digits (seven
+    // for floats) cannot carry the invalid marker exactly, so a number that
+    // is the marker to that precision is read back as the marker: holes
+    // written to a file stay holes when it is read.
+    static std::wistream &read(std::wistream &in, double &value)
+    {
+        if (in >> value && std::fabs(value - MInvalid) <= MInvalid * 1e-11)
+            value = MInvalid;
+        return in;
+    }
+
+    static std::wistream &read(std::wistream &in, float &value)
+    {
+        if (in >> value && std::fabs(double(value) - MInvalid) <= MInvalid * 1e-6)
+            value = MInvalidF;
+        return in;
     }
 };
 

@@ -1,0 +1,5 @@
+#pragma once
+
+#include "MTypedArray.h"
+
+ZOL3D_TYPED_ARRAY(MCharArray, char);

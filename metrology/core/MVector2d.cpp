@@ -1,0 +1,13 @@
+#include "MVector2d.h"
+
+namespace ZOLAR3D {
+
+// Constant-initialised (constexpr constructors), so other static objects of
+// the library may use them during their own initialisation.
+const MVector2d MVector2d::Invalid;
+const MVector2d MVector2d::Infinity;
+const MVector2d MVector2d::Zero(0.0, 0.0);
+const MVector2d MVector2d::XUnit(1.0, 0.0);
+const MVector2d MVector2d::YUnit(0.0, 1.0);
+
+} // namespace ZOLAR3D
