@@ -1,5 +1,7 @@
 #include "MPointCloud.h"
 
+#include "MInvalid.h"
+
 #include "metrology/data/detail/MPointCloudVoxelDecimation.h"
 #include "metrology/data/detail/MVoxelGrid.h"
 
@@ -11,7 +13,30 @@ namespace ZOLAR3D {
 
 namespace {
 
-// The smallest corner of the valid points and how many there are.
+// The smallest corner of the valid points and how many there are, in one
+// plain pass: the voxel grids are anchored there.
+struct ValidCorner {
+    int count = 0;
+    MVector3d minimum;
+
+    explicit ValidCorner(const MPointCloud &cloud)
+    {
+        const MVector3d *p = cloud.points();
+        double x = MInvalid, y = MInvalid, z = MInvalid;
+        // Without branches: a pass over a large cloud is decided by its speed.
+        for (int i = 0; i < cloud.numPoints(); ++i) {
+            const bool valid = p[i].isValid();
+            count += valid;
+            x = valid ? std::min(x, p[i].x()) : x;
+            y = valid ? std::min(y, p[i].y()) : y;
+            z = valid ? std::min(z, p[i].z()) : z;
+        }
+        if (count)
+            minimum.setValues(x, y, z);
+    }
+};
+
+// The bounding box of the valid points and how many there are.
 struct ValidExtent {
     int count = 0;
     MVector3d minimum;
@@ -140,18 +165,56 @@ MVoxelGrid MPointCloudVoxelDecimation::frame(const MPointCloud &cloud)
     // Without two distinct points there is one voxel per place whatever the size.
     if (!(m_voxelSize > 0.0))
         m_voxelSize = 1.0;
-    const ValidExtent extent(cloud);
+    const ValidCorner corner(cloud);
     // Chains stay short on clouds larger than the table.
-    if (extent.count > m_voxels.bucketCount())
-        m_voxels.resizeBuckets(extent.count);
-    return MVoxelGrid(extent.minimum, m_voxelSize);
+    if (corner.count > m_voxels.bucketCount())
+        m_voxels.resizeBuckets(corner.count);
+    return MVoxelGrid(corner.minimum, m_voxelSize);
 }
 
-MPointCloudVoxelDecimation::Sums &MPointCloudVoxelDecimation::voxelAt(const MVoxelCell &cell)
+MPointCloudVoxelDecimation::Sums &MPointCloudVoxelDecimation::voxelAt(const MVoxelCell &cell, std::size_t bucket)
 {
-    if (Sums *sums = m_voxels.find(cell))
+    if (Sums *sums = m_voxels.find(cell, bucket))
         return *sums;
-    return m_voxels.insert(cell, Sums{MVector3d(0.0, 0.0, 0.0), 0, m_voxels.size()});
+    Voxel *voxel = m_voxels.insertNode(cell, Sums{MVector3d(0.0, 0.0, 0.0), 0, m_voxels.size()}, bucket);
+    m_voxelsInOrder.push_back(voxel);
+    return voxel->value;
+}
+
+template <class Visit>
+void MPointCloudVoxelDecimation::forEachValidPoint(const MVector3d *p, int n, Visit visit)
+{
+    // Buckets are prefetched this many points ahead, chains half as many,
+    // by which time their bucket has arrived.
+    constexpr int BucketAhead = 32;
+    constexpr int ChainAhead = BucketAhead / 2;
+    struct Pending {
+        MVoxelCell cell;
+        std::size_t bucket;
+        bool valid;
+    };
+    Pending ahead[BucketAhead] = {};
+    auto prepare = [&](int j) {
+        Pending &next = ahead[j % BucketAhead];
+        next.valid = p[j].isValid();
+        if (!next.valid)
+            return;
+        next.cell = m_grid.cellOf(p[j]);
+        next.bucket = m_voxels.bucketOf(next.cell);
+        m_voxels.prefetchBucket(next.bucket);
+    };
+    for (int j = 0; j < std::min(n, BucketAhead); ++j)
+        prepare(j);
+    for (int i = 0; i < n; ++i) {
+        const Pending &soon = ahead[(i + ChainAhead) % BucketAhead];
+        if (i + ChainAhead < n && soon.valid)
+            m_voxels.prefetchChain(soon.bucket);
+        const Pending now = ahead[i % BucketAhead];
+        if (i + BucketAhead < n)
+            prepare(i + BucketAhead);
+        if (now.valid)
+            visit(i, now.cell, voxelAt(now.cell, now.bucket));
+    }
 }
 
 void MPointCloudVoxelDecimation::fill(const MPointCloud &cloud)
@@ -160,18 +223,14 @@ void MPointCloudVoxelDecimation::fill(const MPointCloud &cloud)
     m_withNormals = cloud.hasNormals();
     m_withColors = cloud.hasColors();
     const MVector3d *p = cloud.points();
-    for (int i = 0; i < cloud.numPoints(); ++i) {
-        if (!p[i].isValid())
-            continue;
-        const MVoxelCell cell = m_grid.cellOf(p[i]);
-        Sums &sums = voxelAt(cell);
+    forEachValidPoint(p, cloud.numPoints(), [&](int i, const MVoxelCell &cell, Sums &sums) {
         sums.offsetSum += p[i] - m_grid.cornerOf(cell);
         ++sums.count;
         if (m_withNormals)
             addNormal(sums.order, cloud.normals()[i]);
         if (m_withColors)
             addColor(sums.order, cloud.colors()[i]);
-    }
+    });
 }
 
 void MPointCloudVoxelDecimation::addNormal(int order, const MVector3f &normal)
@@ -205,16 +264,18 @@ void MPointCloudVoxelDecimation::output(MPointCloud &result)
     MVector3d *points = result.points();
     MVector3f *normals = result.normals();
     MColor *colors = result.colors();
-    m_voxels.forEach([&](const MVoxelCell &cell, const Sums &sums) {
-        points[sums.order] = m_grid.cornerOf(cell) + sums.offsetSum / double(sums.count);
+    for (int k = 0; k < count; ++k) {
+        const Voxel &voxel = *m_voxelsInOrder[k];
+        const Sums &sums = voxel.value;
+        points[k] = m_grid.cornerOf(voxel.key) + sums.offsetSum / double(sums.count);
         if (m_withNormals)
-            normals[sums.order] = m_normalSums[sums.order].normalized().toVector3f();
+            normals[k] = m_normalSums[k].normalized().toVector3f();
         if (m_withColors) {
-            const ColorSums &c = m_colorSums[sums.order];
+            const ColorSums &c = m_colorSums[k];
             auto mean = [n = std::uint64_t(sums.count)](std::uint64_t sum) { return int((sum + n / 2) / n); };
-            colors[sums.order] = MColor(mean(c.red), mean(c.green), mean(c.blue), mean(c.alpha));
+            colors[k] = MColor(mean(c.red), mean(c.green), mean(c.blue), mean(c.alpha));
         }
-    });
+    }
 }
 
 std::vector<int> MPointCloudVoxelDecimation::firstPoints(const MPointCloud &cloud, int maxPerVoxel)
@@ -223,16 +284,12 @@ std::vector<int> MPointCloudVoxelDecimation::firstPoints(const MPointCloud &clou
     // Every occupied voxel keeps at least one point.
     maxPerVoxel = std::max(maxPerVoxel, 1);
     std::vector<int> kept;
-    const MVector3d *p = cloud.points();
-    for (int i = 0; i < cloud.numPoints(); ++i) {
-        if (!p[i].isValid())
-            continue;
-        Sums &sums = voxelAt(m_grid.cellOf(p[i]));
+    forEachValidPoint(cloud.points(), cloud.numPoints(), [&](int i, const MVoxelCell &, Sums &sums) {
         if (sums.count < maxPerVoxel) {
             ++sums.count;
             kept.push_back(i);
         }
-    }
+    });
     return kept;
 }
 

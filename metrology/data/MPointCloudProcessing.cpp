@@ -5,6 +5,7 @@
 #include "MInvalid.h"
 #include "MKdTree.h"
 #include "metrology/data/detail/MNeighborhood.h"
+#include "metrology/data/detail/MSpatialOrder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -190,11 +191,12 @@ void MPointCloud::computePointDensities(double *out, double radius) const
     radius = absoluteDistance(tree, radius);
     const MVector3d *p = points();
     const int n = numPoints();
-    const bool measurable = radius > 0.0;
+    std::fill(out, out + n, MInvalid);
+    if (!(radius > 0.0))
+        return;
     const double area = Pi * radius * radius;
-    for (int i = 0; i < n; ++i)
-        out[i] = measurable && p[i].isValid() ? tree.findAllNeighbors(p[i], radius, n, nullptr, nullptr) / area
-                                              : MInvalid;
+    for (int i : detail::spatialOrder(p, n))
+        out[i] = tree.findAllNeighbors(p[i], radius, n, nullptr, nullptr) / area;
 }
 
 void MPointCloud::computeNumNeighbors(int *out, double radius) const
@@ -206,9 +208,10 @@ void MPointCloud::computeNumNeighbors(int *out, double radius) const
     radius = absoluteDistance(tree, radius);
     const MVector3d *p = points();
     const int n = numPoints();
+    std::fill(out, out + n, 0);
     // The ball always holds the point itself, which is no neighbour of its own.
-    for (int i = 0; i < n; ++i)
-        out[i] = p[i].isValid() ? std::max(tree.findAllNeighbors(p[i], radius, n, nullptr, nullptr) - 1, 0) : 0;
+    for (int i : detail::spatialOrder(p, n))
+        out[i] = std::max(tree.findAllNeighbors(p[i], radius, n, nullptr, nullptr) - 1, 0);
 }
 
 // ---- Normals and curvature
@@ -232,9 +235,7 @@ void MPointCloud::computeNormals(const MKdTree &tree, double radius)
     MVector3f *normal = normals();
     const MVector3d *p = points();
     MVector3d neighbors[NormalNeighbors];
-    for (int i = 0; i < n; ++i) {
-        if (!p[i].isValid())
-            continue;
+    for (int i : detail::spatialOrder(p, n)) {
         double r = 4.0 * radius;
         for (int attempt = 0; attempt < NormalAttempts; ++attempt, r *= 2.0) {
             const int found = tree.findAllNeighbors(p[i], r, NormalNeighbors, neighbors, nullptr);
@@ -264,9 +265,9 @@ void MPointCloud::computePointCurvatures(const MKdTree &tree, double *out, doubl
     const int capacity = neighborBufferSize(n);
     std::vector<MVector3d> ball(capacity);
     std::vector<int> ballIndex(capacity);
-    for (int i = 0; i < n; ++i) {
-        out[i] = MInvalid;
-        if (!p[i].isValid() || !normal[i].isValid())
+    std::fill(out, out + n, MInvalid);
+    for (int i : detail::spatialOrder(p, n)) {
+        if (!normal[i].isValid())
             continue;
         const MVector3d centre(normal[i]);
         const int found = tree.findAllNeighbors(p[i], radius, capacity, ball.data(), ballIndex.data());
@@ -359,9 +360,7 @@ void MPointCloud::filterGauss(double sigma, double strength)
     // Every point is filtered from the original positions.
     MVector3dArray filtered(n);
     filtered.init(MVector3d::Infinity);
-    for (int i = 0; i < n; ++i) {
-        if (!p[i].isValid())
-            continue;
+    for (int i : detail::spatialOrder(p, n)) {
         const int found = tree.findAllNeighbors(p[i], sigma, capacity, ball.data(), nullptr);
         // Offsets from the point keep the sums small.
         MVector3d offsetSum(0.0, 0.0, 0.0);
@@ -397,9 +396,7 @@ void MPointCloud::filterBilateral(double sigma, double sigmaNormal)
     std::vector<MVector3d> ball(capacity);
     MVector3dArray filtered(n);
     filtered.init(MVector3d::Infinity);
-    for (int i = 0; i < n; ++i) {
-        if (!p[i].isValid())
-            continue;
+    for (int i : detail::spatialOrder(p, n)) {
         const MVector3d axis = MVector3d(normal[i]).normalized();
         if (!axis.isValid()) {
             filtered[i] = p[i];

@@ -18,18 +18,24 @@ struct MVoxelCell {
 
     bool operator==(const MVoxelCell &o) const { return x == o.x && y == o.y && z == o.z; }
 
-    // Multiplicative mixing, so that neighbouring cubes land in unrelated
-    // buckets whatever the bucket count.
+    // Rows of cubes along x start at mixed, unrelated buckets, and the cubes
+    // of a row follow one another: a scan walked row by row then walks the
+    // table nearly in order, while no layout of cubes piles up in a bucket.
     unsigned hash() const
     {
-        std::uint64_t h = bits(x) * 0x9E3779B97F4A7C15ull ^ bits(y) * 0xC2B2AE3D27D4EB4Full ^
-                          bits(z) * 0x165667B19E3779F9ull;
-        h ^= h >> 29;
-        h *= 0xBF58476D1CE4E5B9ull;
-        return static_cast<unsigned>(h >> 32);
+        std::uint64_t row = bits(y) * 0x9E3779B97F4A7C15ull ^ bits(z) * 0xC2B2AE3D27D4EB4Full;
+        row ^= row >> 29;
+        row *= 0xBF58476D1CE4E5B9ull;
+        return static_cast<unsigned>(row >> 32) + static_cast<unsigned>(along(x));
     }
 
 private:
+    // The whole number itself while doubles count exactly, the bits beyond.
+    static std::uint64_t along(double count)
+    {
+        return std::fabs(count) < 0x1p52 ? std::uint64_t(std::int64_t(count)) : bits(count);
+    }
+
     static std::uint64_t bits(double v)
     {
         std::uint64_t b;
@@ -40,11 +46,16 @@ private:
 
 // A grid of cubes of one edge length whose cube (0, 0, 0) starts at the
 // origin; the points placed in it lie at or above the origin on every axis.
+// A point's cube counts are floor((p - origin) x (1 / edge)) per axis.
 class MVoxelGrid {
 public:
-    // An infinite edge becomes the largest finite one: a single cube then
-    // holds everything, and corners stay finite.
-    MVoxelGrid(const MVector3d &origin, double edge) : m_origin(origin), m_edge(std::fmin(edge, DBL_MAX)) {}
+    // The edge is kept between the smallest normal double and the largest
+    // finite one: an infinite edge gives one cube for everything, and the
+    // reciprocal stays finite.
+    MVoxelGrid(const MVector3d &origin, double edge)
+        : m_origin(origin), m_edge(std::fmax(std::fmin(edge, DBL_MAX), DBL_MIN)), m_inverse(1.0 / m_edge)
+    {
+    }
 
     double edge() const { return m_edge; }
 
@@ -59,11 +70,18 @@ public:
     }
 
 private:
+    // Offsets are not negative, so truncation floors them; from 2^52 on every
+    // double is whole already. A NaN stays NaN and makes a cell of its own.
     // Adding 0 turns a negative zero into the zero that equal cells hash by.
-    double count(double offset) const { return std::floor(offset / m_edge) + 0.0; }
+    double count(double offset) const
+    {
+        const double cubes = offset * m_inverse;
+        return (cubes < 0x1p52 ? double(std::int64_t(cubes)) : cubes) + 0.0;
+    }
 
     MVector3d m_origin;
     double m_edge;
+    double m_inverse;
 };
 
 } // namespace ZOLAR3D

@@ -45,10 +45,12 @@ MVector3d minimumCorner(const MPointCloud &cloud)
 
 using Cell = std::tuple<double, double, double>;
 
+// Cubes counted from the minimum corner, by the reciprocal of the edge.
 Cell cellOf(const MVector3d &p, const MVector3d &origin, double size)
 {
-    return {std::floor((p.x() - origin.x()) / size), std::floor((p.y() - origin.y()) / size),
-            std::floor((p.z() - origin.z()) / size)};
+    const double inverse = 1.0 / size;
+    return {std::floor((p.x() - origin.x()) * inverse), std::floor((p.y() - origin.y()) * inverse),
+            std::floor((p.z() - origin.z()) * inverse)};
 }
 
 // Plain bucketing with a sorted map: for each occupied cube in the order
