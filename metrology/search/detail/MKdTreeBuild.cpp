@@ -149,7 +149,7 @@ int fillNode(const Point *points, const int *list, int begin, int end, Node &nod
 
     const int rest = std::min(end, begin + BucketSize - node.count);
     for (int i = begin; i < rest; ++i)
-        node.bucket[node.count++] = {toVector3d(points[list[i]]), list[i]};
+        node.add(toVector3d(points[list[i]]), list[i]);
     return rest;
 }
 
@@ -217,7 +217,7 @@ void MKdTree::Impl::build(const Point *points, int count)
             // axis, and nothing below the mean), without its passes over the
             // list: a long run of equal points would make them quadratic.
             node->splitAxis = 0;
-            node->splitValue = node->bucket[0].position.x();
+            node->splitValue = node->x[0];
             tasks.push({rest, task.end, &node->right, true});
             continue;
         }
@@ -246,7 +246,7 @@ void MKdTree::Impl::insert(const MVector3d &point)
     for (;;) {
         extendBox(*node, p, p);
         if (node->count < BucketSize) {
-            node->bucket[node->count++] = {point, index};
+            node->add(point, index);
             return;
         }
         // The split follows the box as it grows and is recomputed on every
