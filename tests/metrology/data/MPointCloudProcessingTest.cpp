@@ -623,3 +623,45 @@ TEST(MPointCloudMerging, IntegratingItselfDoublesTheValidPoints)
     EXPECT_TRUE(cloud.point(16) == cloud.point(8));
     EXPECT_EQ(cloud.numValidPoints(), 16);
 }
+
+// ---- Bad input
+
+TEST(MPointCloudBadInput, EveryOperationTakesEmptyInvalidAndNaNCloudsAndOddRadii)
+{
+    MPointCloud nanLaden = planeGrid(12, 12, 1.0);
+    for (int i = 0; i < nanLaden.numPoints(); i += 5)
+        nanLaden.setPoint(i, MVector3d(i % 2 ? NaN : 1.0, NaN, 2.0));
+    const MPointCloud clouds[] = {MPointCloud(), MPointCloud(30), nanLaden};
+    const double radii[] = {0.0, -1.0, 2.0, NaN, std::numeric_limits<double>::infinity()};
+    for (const MPointCloud &source : clouds) {
+        for (double radius : radii) {
+            MPointCloud cloud = source;
+            const int n = cloud.numPoints();
+            std::vector<double> values(n);
+            std::vector<int> counts(n);
+            cloud.computeNormals(radius);
+            EXPECT_EQ(cloud.numNormals(), n);
+            cloud.computePointCurvatures(values.data(), radius);
+            cloud.computePointDensities(values.data(), radius);
+            cloud.computeNumNeighbors(counts.data(), radius);
+            cloud.cleanOutliers(radius, 3);
+            cloud.cleanSparsePoints(0.1, radius);
+            cloud.cleanSteepPoints(0.5, MVector3d::ZUnit);
+            cloud.filterGauss(radius, 0.5);
+            cloud.filterBilateral(radius, 0.1);
+            for (int i = 0; i < cloud.numPoints(); ++i) {
+                const MVector3d p = cloud.point(i);
+                if (p.isValid()) {
+                    ASSERT_TRUE(std::isfinite(p.x() + p.y() + p.z()));
+                }
+            }
+            cloud.extremePoint(2, true, 3, 1);
+            cloud.integrate(source);
+            cloud.decimateByMinimumPointDistance(radius, radius < 0, 1);
+            cloud.decimateVoxelBased(radius, radius > 0, 2);
+            EXPECT_LE(cloud.numValidPoints(), 2 * source.numValidPoints());
+        }
+        EXPECT_GE(source.averagePointDistance(1000), 0.0);
+        EXPECT_GE(source.density(), 0.0);
+    }
+}
