@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -81,13 +82,13 @@ public:
     // The distance, or a negative number when there is no such point.
     double distanceFrom(const MVector3d &p)
     {
-        // Each round either halves the unknown range or widens the buffer, so
-        // a few dozen rounds settle any double; the cap only guards against
-        // coordinates beyond what the tree's boxes hold.
+        // A few dozen rounds of growing and shrinking settle any spacing that
+        // doubles hold; the cap guards against coordinates beyond what the
+        // tree's single-precision boxes hold.
         for (int round = 0; round < 256; ++round) {
             const int capacity = int(m_ball.size());
             const int found = m_tree.findAllNeighbors(p, m_radius, capacity, m_ball.data(), nullptr);
-            double closest2 = MInvalid;
+            double closest2 = std::numeric_limits<double>::infinity();
             for (int i = 0; i < found; ++i) {
                 const double d2 = (m_ball[i] - p).dot(m_ball[i] - p);
                 if (d2 > 0.0 && d2 < closest2)
@@ -96,7 +97,7 @@ public:
             const double closest = std::sqrt(closest2);
             if (found < capacity) {
                 // The whole ball was seen: its closest point is the answer.
-                if (closest2 < MInvalid) {
+                if (closest2 < std::numeric_limits<double>::infinity()) {
                     m_radius = 2.0 * closest;
                     return closest;
                 }

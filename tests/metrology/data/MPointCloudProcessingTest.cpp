@@ -143,6 +143,24 @@ TEST(MPointCloudSpacing, DensityOfAUnitGridIsAboutOnePointPerUnitArea)
     EXPECT_EQ(MPointCloud().density(), 0.0);
 }
 
+TEST(MPointCloudSpacing, DensityIsTheMeanDensityWithinFourSpacings)
+{
+    // Up to 1000 valid points every point is a sample.
+    MPointCloud cloud = randomCloud(700, 10.0, 12);
+    cloud.invalidatePoint(3);
+    const double radius = 4.0 * cloud.averagePointDistance(1000);
+    double sum = 0.0;
+    for (int i = 0; i < cloud.numPoints(); ++i) {
+        if (!cloud.point(i).isValid())
+            continue;
+        for (int j = 0; j < cloud.numPoints(); ++j) {
+            const MVector3d d = cloud.point(j) - cloud.point(i);
+            sum += cloud.point(j).isValid() && d.dot(d) <= radius * radius ? 1.0 : 0.0;
+        }
+    }
+    EXPECT_NEAR(cloud.density(), sum / (699 * MAngle::Pi * radius * radius), 1e-12);
+}
+
 TEST(MPointCloudSpacing, NeighbourCountsAndDensitiesMatchBruteForce)
 {
     MPointCloud cloud = randomCloud(1500, 10.0, 11);
