@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <sstream>
+#include <string>
 #include <random>
 #include <vector>
 
@@ -338,6 +341,40 @@ TEST(MPointCloudNormals, NegativeRadiusCountsInPointSpacings)
     EXPECT_EQ(automatic, relative);
     doubled.computeNormals(-2.0);
     EXPECT_NE(automatic, doubled);
+}
+
+TEST(MPointCloudNormals, RealScanAgreesWithItsReferenceNormals)
+{
+    const std::string path = test::dataFile("pcl_test/sac_plane_test.pcd");
+    if (path.empty())
+        GTEST_SKIP() << "shared data absent";
+    MPointCloud scan;
+    ASSERT_TRUE(scan.loadPcd(path.c_str()));
+    // The ASCII body carries a normal after each point.
+    std::ifstream file(path);
+    std::string line;
+    while (std::getline(file, line) && line.rfind("DATA", 0) != 0) {
+    }
+    std::vector<MVector3d> reference;
+    for (double x, y, z, nx, ny, nz; std::getline(file, line);) {
+        std::istringstream(line) >> x >> y >> z >> nx >> ny >> nz;
+        reference.push_back(MVector3d(nx, ny, nz).normalized());
+    }
+    ASSERT_EQ(int(reference.size()), scan.numPoints());
+
+    scan.computeNormals(0.0);
+    // A noisy scene of several surfaces: the reference came from smaller
+    // neighbourhoods, so agreement is close for most points, not for all.
+    std::vector<double> degrees;
+    for (int i = 0; i < scan.numPoints(); ++i) {
+        const MVector3d n(scan.normal(i));
+        ASSERT_TRUE(n.isValid()) << i;
+        EXPECT_GE(n.z(), 0.0) << i;
+        degrees.push_back(MAngle::RadToDeg(std::acos(std::min(1.0, std::fabs(n.dot(reference[i]))))));
+    }
+    std::sort(degrees.begin(), degrees.end());
+    EXPECT_LT(degrees[degrees.size() / 2], 9.0);
+    EXPECT_LT(degrees[degrees.size() * 8 / 10], 20.0);
 }
 
 // ---- Curvature
