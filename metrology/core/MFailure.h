@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MException.h"
+#include "MInvalid.h"
 
 namespace ZOLAR3D {
 
@@ -22,6 +23,27 @@ struct MFailure {
     {
         if (MException::Enable)
             throw MException(text);
+    }
+
+    // For element access with a bad index: throws when the policy is on,
+    // otherwise hands out a scratch element that holds the invalid marker.
+    // The scratch is per thread and refilled on every bad access, so a
+    // caller who wrote through an earlier bad reference poisons nobody.
+    static double &raiseElement(const char *text)
+    {
+        if (MException::Enable)
+            throw MException(text);
+        thread_local double scratch;
+        scratch = MInvalid;
+        return scratch;
+    }
+
+    // The read-only form: the marker itself.
+    static const double &raiseConstElement(const char *text)
+    {
+        if (MException::Enable)
+            throw MException(text);
+        return MInvalid;
     }
 
     // For failures that reuse one prepared exception object.

@@ -123,6 +123,10 @@ public:
     }
     static MVector2d PerpendicularTo(const MVector2d &v) { return {v.m_v[1], -v.m_v[0]}; }
 
+    // matrix.transform(*this).
+    void applyTransformation(const MMatrix2 &matrix);
+    void applyTransformation(const MMatrix3 &matrix);
+
     bool load(const char *path);
     bool load(const wchar_t *path);
     bool save(const char *path) const;

@@ -143,6 +143,9 @@ public:
         return {y * x - z * z, z * y - x * x, x * z - y * y};
     }
 
+    // matrix.transform(*this).
+    void applyTransformation(const MMatrix4 &matrix);
+
     bool load(const char *path);
     bool load(const wchar_t *path);
     bool save(const char *path) const;

@@ -1,6 +1,7 @@
 #include "MVector4d.h"
 
 #include "MException.h"
+#include "MMatrix4.h"
 
 namespace ZOLAR3D {
 
@@ -12,5 +13,7 @@ void MVector4d::throwBadIndex()
     // Thrown whatever the failure policy: there is no element to hand back.
     throw MException("MVector4d::operator(): index parameter out of range!");
 }
+
+void MVector4d::applyTransformation(const MMatrix4 &matrix) { matrix.transform(*this); }
 
 } // namespace ZOLAR3D

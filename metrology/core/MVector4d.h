@@ -166,6 +166,9 @@ public:
                 std::min(a.m_v[3], b.m_v[3])};
     }
 
+    // matrix.transform(*this).
+    void applyTransformation(const MMatrix4 &matrix);
+
     bool load(const char *path);
     bool load(const wchar_t *path);
     bool save(const char *path) const;

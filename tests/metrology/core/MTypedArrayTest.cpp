@@ -214,19 +214,6 @@ TEST(MTypedArray, EqualityComparesBytesWhileContainsComparesElements)
     EXPECT_FALSE(MDoubleArray().contains(0.0));
 }
 
-TEST(MTypedArray, ScalarBuffersAreNotInitialised)
-{
-    // Grown storage shows whatever the slots held: here the values that
-    // resize(0) dropped, proving no fill ran on growth within the capacity.
-    MBoolArray flags;
-    flags.add(true);
-    flags.add(false);
-    flags.resize(0);
-    flags.resize(2);
-    EXPECT_TRUE(flags[0]);
-    EXPECT_FALSE(flags[1]);
-}
-
 TEST(MTypedArray, NegativeCountsAreTakenAsZero)
 {
     const int src[2] = {1, 2};

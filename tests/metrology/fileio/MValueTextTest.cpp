@@ -1,3 +1,6 @@
+#include "MMatrix2.h"
+#include "MMatrix3.h"
+#include "MMatrix4.h"
 #include "MVector2d.h"
 #include "MVector3d.h"
 #include "MVector3f.h"
@@ -113,4 +116,45 @@ TEST(MValueText, FailedLoadLeavesTheValueUnchanged)
     writeText(path, "  1\n\t2   3 4\n");
     EXPECT_TRUE(v.load(path.c_str()));
     EXPECT_EQ(v, MVector3d(1, 2, 3));
+}
+
+TEST(MValueText, MatricesAreWrittenOneRowPerLine)
+{
+    std::wostringstream out;
+    out << MMatrix3(1, 2, 3, 4, 5, 6, 7, 8, 0.1) << MMatrix2(1, 2, 3, 4) << MMatrix4::Translation(1, -2, 3);
+    EXPECT_EQ(out.str(), L"1 2 3\n4 5 6\n7 8 0.1\n"
+                         L"1 2\n3 4\n"
+                         L"1 0 0 1\n0 1 0 -2\n0 0 1 3\n0 0 0 1\n");
+}
+
+TEST(MValueText, MatricesRoundTripThroughNarrowAndWidePaths)
+{
+    const std::string dir = test::scratchDir("MValueTextMatrix");
+    const std::string narrow = dir + "/R\xC3\xBC" "ckseite_\xE5\xA7\xBF\xE5\x8B\xA2.txt";
+    const std::wstring wide = MPathEncoding::widen(dir.c_str()) + L"/\u59FF\u52BF_4x4.txt";
+
+    const MMatrix4 pose = MMatrix4::FromEuler(0.1, -0.2, 0.3) * MMatrix4::Translation(125.5, -0.25, 1e-3);
+    MMatrix4 read4 = MMatrix4::Zero;
+    ASSERT_TRUE(pose.save(wide.c_str()));
+    ASSERT_TRUE(read4.load(wide.c_str()));
+    EXPECT_TRUE(read4.equals(pose, 1e-9));
+    ASSERT_TRUE(pose.save(narrow.c_str()));
+    ASSERT_TRUE(read4.load(MPathEncoding::widen(narrow.c_str()).c_str()));
+    EXPECT_TRUE(read4.equals(pose, 1e-9));
+
+    const MMatrix3 rotation(0.5, -0.25, 2, 1e-5, 3, 4, 5, 6, 7);
+    MMatrix3 read3 = MMatrix3::Zero;
+    ASSERT_TRUE(rotation.save(narrow.c_str()));
+    ASSERT_TRUE(read3.load(narrow.c_str()));
+    EXPECT_EQ(read3, rotation);
+    EXPECT_FALSE(read4.load(narrow.c_str())) << "nine numbers do not make a 4x4 matrix";
+    EXPECT_TRUE(read4.equals(pose, 1e-9));
+
+    const MMatrix2 scaling(2, 0.5, -1, 4);
+    MMatrix2 read2 = MMatrix2::Zero;
+    ASSERT_TRUE(scaling.save(wide.c_str()));
+    ASSERT_TRUE(read2.load(wide.c_str()));
+    EXPECT_EQ(read2 * MVector2d(1, 1), scaling * MVector2d(1, 1));
+    EXPECT_EQ(read2.data()[2], 0.0);
+    EXPECT_EQ(readText(MPathEncoding::toFileSystem(wide.c_str())), "2 0.5\n-1 4\n");
 }
