@@ -11,6 +11,8 @@
 
 namespace ZOLAR3D {
 
+class MPrincipalComponentAnalysis;
+
 // The container of 3D scan points: positions in double precision, optional
 // per-point colours and normals, and an optional grid organisation of
 // height rows by width columns. A plain value: copies are deep.
@@ -220,6 +222,13 @@ public:
     MPointCloud subsampled(int step) const;
     // The valid points of both clouds, unorganised.
     MPointCloud operator+(const MPointCloud &other) const;
+
+    // Measures
+    // Principal components of the valid points.
+    MPrincipalComponentAnalysis principalComponentAnalysis() const;
+    // The eigenvalues' magnitudes over their sum: about (1, 0, 0) for a line,
+    // (0.5, 0.5, 0) for a plane; Zero for at most one valid point.
+    MVector3d dimensionality() const;
 
 private:
     static bool isIndex(int i, int count) { return static_cast<unsigned>(i) < static_cast<unsigned>(count); }
