@@ -12,6 +12,7 @@
 namespace ZOLAR3D {
 
 class MKdTree;
+class MPrincipalComponentAnalysis;
 
 // The container of 3D scan points: positions in double precision, optional
 // per-point colours and normals, and an optional grid organisation of
@@ -335,6 +336,13 @@ public:
     bool load(const wchar_t *path);
     bool save(const char *path) const;
     bool save(const wchar_t *path) const;
+
+    // Measures
+    // Principal components of the valid points.
+    MPrincipalComponentAnalysis principalComponentAnalysis() const;
+    // The eigenvalues' magnitudes over their sum: about (1, 0, 0) for a line,
+    // (0.5, 0.5, 0) for a plane; Zero for at most one valid point.
+    MVector3d dimensionality() const;
 
 private:
     // The processing forms on a tree built from this cloud's points, so that
