@@ -27,8 +27,6 @@ constexpr int NormalAttempts = 5;
 // A patch needs more neighbours than this to count as a surface.
 constexpr int NormalMinNeighbors = 9;
 
-void buildTree(MKdTree &tree, const MPointCloud &cloud) { tree.from(cloud.points(), cloud.numPoints()); }
-
 // The valid points of an array, their count and their bounding box.
 struct ValidPoints {
     int count = 0;
@@ -136,7 +134,7 @@ int neighborBufferSize(int numPoints) { return std::max(numPoints / 10 + 1, std:
 double MPointCloud::averagePointDistance(int numSamples) const
 {
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     return averagePointDistance(tree, numSamples);
 }
 
@@ -171,7 +169,7 @@ double MPointCloud::absoluteDistance(const MKdTree &tree, double distance) const
 double MPointCloud::density() const
 {
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     const double radius = 4.0 * averagePointDistance(tree, 1000);
     if (!(radius > 0.0))
         return 0.0;
@@ -188,7 +186,7 @@ void MPointCloud::computePointDensities(double *out, double radius) const
     if (!out)
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     radius = absoluteDistance(tree, radius);
     const MVector3d *p = points();
     const int n = numPoints();
@@ -205,7 +203,7 @@ void MPointCloud::computeNumNeighbors(int *out, double radius) const
     if (!out)
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     radius = absoluteDistance(tree, radius);
     const MVector3d *p = points();
     const int n = numPoints();
@@ -220,7 +218,7 @@ void MPointCloud::computeNumNeighbors(int *out, double radius) const
 void MPointCloud::computeNormals(double radius)
 {
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     computeNormals(tree, radius);
 }
 
@@ -251,7 +249,7 @@ void MPointCloud::computePointCurvatures(double *out, double radius)
     if (!out)
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     computePointCurvatures(tree, out, radius);
 }
 
@@ -348,7 +346,7 @@ void MPointCloud::filterGauss(double sigma, double strength)
         return;
     strength = std::min(strength, 1.0);
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     sigma = absoluteDistance(tree, sigma);
     // Without extent there is nothing to average over.
     if (!(sigma > 0.0))
@@ -383,7 +381,7 @@ void MPointCloud::filterBilateral(double sigma, double sigmaNormal)
     if (!(sigmaNormal > 0.0))
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     sigma = absoluteDistance(tree, sigma);
     if (!(sigma > 0.0))
         return;
