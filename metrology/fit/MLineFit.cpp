@@ -1,25 +1,27 @@
 #include "MLineFit.h"
 
 #include "MPrincipalComponentAnalysis.h"
-#include "metrology/fit/detail/MFitExtent.h"
+#include "metrology/fit/detail/MFitPasses.h"
 
 namespace ZOLAR3D {
 
-void MLineFit::fit()
+void MLineFit::fit() { fitPoints(m_points.points(), m_points.size()); }
+
+void MLineFit::fitPoints(const MVector3d *points, int n)
 {
-    const int n = m_points.size();
-    if (n < 2)
+    MVector3d first[3];
+    const int found = gatherValidPoints(points, n, first, 3);
+    if (found < 2)
         return refuse("LineFit: not enough valid points given (minimum required: 2)");
-    const MVector3d *p = m_points.points();
     MLine line;
-    if (n == 2) {
-        line = MLine((p[0] + p[1]) * 0.5, p[1] - p[0]);
+    if (found == 2) {
+        line = MLine((first[0] + first[1]) * 0.5, first[1] - first[0]);
     } else {
-        const MPrincipalComponentAnalysis pca(p, n);
+        const MPrincipalComponentAnalysis pca(points, n);
         line = MLine(pca.center(), pca.eigenVector(0));
     }
     double tmin, tmax;
-    lineParameterRange(line, p, n, tmin, tmax);
+    lineParameterRange(line, points, n, tmin, tmax);
     line.setPosition(line.position() + line.direction() * ((tmin + tmax) * 0.5));
     line.setLengthAttribute(tmax - tmin);
     // Oriented after the extent, so that a flip moves neither the position

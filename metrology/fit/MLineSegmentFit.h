@@ -12,6 +12,10 @@ namespace ZOLAR3D {
 class ZOL3D_API MLineSegmentFit : public MBestFit<MLineSegment> {
 public:
     void fit() override;
+    // The complete fit of the valid points of a raw array, which is neither
+    // copied nor kept: every pass skips the invalid points, so the result is
+    // that of setPoints() and fit() on the same points.
+    void fitPoints(const MVector3d *points, int n);
 };
 
 } // namespace ZOLAR3D

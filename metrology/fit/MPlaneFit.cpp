@@ -1,7 +1,7 @@
 #include "MPlaneFit.h"
 
 #include "MPrincipalComponentAnalysis.h"
-#include "metrology/fit/detail/MFitExtent.h"
+#include "metrology/fit/detail/MFitPasses.h"
 
 namespace ZOLAR3D {
 
@@ -9,19 +9,21 @@ namespace {
 const char *const NotEnoughPoints = "PlaneFit: not enough valid points given (minimum required: 3)";
 }
 
-void MPlaneFit::fit()
+void MPlaneFit::fit() { fitPoints(m_points.points(), m_points.size()); }
+
+void MPlaneFit::fitPoints(const MVector3d *points, int n)
 {
-    const int n = m_points.size();
-    if (n < 3)
+    MVector3d first[3];
+    if (gatherValidPoints(points, n, first, 3) < 3)
         return refuse(NotEnoughPoints);
-    const MPrincipalComponentAnalysis pca(m_points.points(), n);
+    const MPrincipalComponentAnalysis pca(points, n);
     MPlane plane(pca.center(), pca.eigenVector(2));
     plane.setU(pca.eigenVector(0));
     plane.setV(pca.eigenVector(1));
     MVector3d normal = plane.normal();
     orient(normal);
     plane.setNormal(normal, false);
-    fitPlaneExtent(plane, m_points.points(), n);
+    fitPlaneExtent(plane, points, n);
     m_result = plane;
 }
 

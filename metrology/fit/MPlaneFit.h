@@ -13,6 +13,10 @@ namespace ZOLAR3D {
 class ZOL3D_API MPlaneFit : public MBestFit<MPlane> {
 public:
     void fit() override;
+    // The complete fit of the valid points of a raw array, which is neither
+    // copied nor kept: every pass skips the invalid points, so the result is
+    // that of setPoints() and fit() on the same points.
+    void fitPoints(const MVector3d *points, int n);
     // No extent: u and v stay unit axes. Three points give their exact
     // plane, or an invalid one without failure when two of them coincide.
     void fitFast() override;

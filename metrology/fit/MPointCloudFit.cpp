@@ -8,21 +8,23 @@ namespace ZOLAR3D {
 
 namespace {
 
+// The entry points run no outlier pass, so the private copy of setPoints()
+// would serve nothing: the fit runs over the cloud's own array and skips its
+// holes, with the same result and without copying a large scan.
 template <class Fit>
-auto fitOnce(const MPointCloud &cloud)
+auto fitValidPoints(const MPointCloud &cloud)
 {
     Fit fit;
-    fit.setPoints(cloud);
-    fit.compute(0.0);
+    fit.fitPoints(cloud.points(), cloud.numPoints());
     return fit.result();
 }
 
 } // namespace
 
-MPlane MPointCloud::fitPlane() const { return fitOnce<MPlaneFit>(*this); }
+MPlane MPointCloud::fitPlane() const { return fitValidPoints<MPlaneFit>(*this); }
 
-MLine MPointCloud::fitLine() const { return fitOnce<MLineFit>(*this); }
+MLine MPointCloud::fitLine() const { return fitValidPoints<MLineFit>(*this); }
 
-MLineSegment MPointCloud::fitLineSegment() const { return fitOnce<MLineSegmentFit>(*this); }
+MLineSegment MPointCloud::fitLineSegment() const { return fitValidPoints<MLineSegmentFit>(*this); }
 
 } // namespace ZOLAR3D
