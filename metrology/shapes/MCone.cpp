@@ -93,7 +93,12 @@ bool MCone::intersection(const MLine &line, MVector3d &point) const
     const double a = v.dot(v) - rho1 * rho1;
     const double halfB = w.dot(v) - rho0 * rho1;
     const double c = w.dot(w) - rho0 * rho0;
-    const MQuadratic hits(a, halfB, c, halfB * halfB - a * c, v.dot(v) + rho1 * rho1);
+    // halfB^2 - a c, written as |rho0 v - rho1 w|^2 - |w x v|^2 so that the
+    // large products of the plain form do not cancel.
+    const MVector3d spread = v * rho0 - w * rho1;
+    const MVector3d across = w.cross(v);
+    const double discriminant = spread.dot(spread) - across.dot(across);
+    const MQuadratic hits(a, halfB, c, discriminant, v.dot(v) + rho1 * rho1);
 
     const double half = 0.5 * m_length;
     const auto onPart = [&](double t) {

@@ -2,7 +2,7 @@
 
 #include "MLineSegment.h"
 #include "MRay.h"
-#include "metrology/shapes/detail/MShapeFrame.h"
+#include "metrology/shapes/detail/MAxialShape.h"
 
 namespace ZOLAR3D {
 
@@ -92,6 +92,6 @@ void MLine::applyTransformation(const MMatrix4 &m)
     m.rotateAndScale(m_direction);
 }
 
-MMatrix4 MLine::pose() const { return isValid() ? axisFrame(m_position, m_direction) : MMatrix4::Zero; }
+MMatrix4 MLine::pose() const { return isValid() ? MAxialShape::pose(m_position, m_direction) : MMatrix4::Zero; }
 
 } // namespace ZOLAR3D

@@ -55,8 +55,9 @@ public:
     // line invalid, so every query can rely on |direction| = 1.
     bool isValid() const
     {
-        return m_position.isValid() && m_direction.isValid() &&
-               std::fabs(m_direction.dot(m_direction) - 1.0) < 1e-14;
+        // The unit length test also rejects a direction holding the marker,
+        // NaN or an infinity, so the direction needs no test of its own.
+        return m_position.isValid() && std::fabs(m_direction.dot(m_direction) - 1.0) < 1e-14;
     }
     void invalidate() { m_position.invalidate(); }
 

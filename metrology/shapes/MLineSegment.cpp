@@ -2,7 +2,7 @@
 
 #include "MLine.h"
 #include "MRay.h"
-#include "metrology/shapes/detail/MShapeFrame.h"
+#include "metrology/shapes/detail/MAxialShape.h"
 
 namespace ZOLAR3D {
 
@@ -149,7 +149,7 @@ void MLineSegment::applyTransformation(const MMatrix4 &m)
 MMatrix4 MLineSegment::pose() const
 {
     const MVector3d axis = direction();
-    return axis.isValid() ? axisFrame(m_start, axis) : MMatrix4::Zero;
+    return axis.isValid() ? MAxialShape::pose(m_start, axis) : MMatrix4::Zero;
 }
 
 } // namespace ZOLAR3D

@@ -92,9 +92,9 @@ private:
         const MVector3d offset = w - v * clampedFraction(w, v, v.dot(v));
         return offset.dot(offset);
     }
-    // Fraction of the foot of start + w along v, clamped to the segment.
-    // A zero-length segment gives 0/0, which falls to 0: its one point is
-    // then the nearest, with no square root spent on the length.
+    // Fraction of the foot of start + w along v, clamped to the segment; the
+    // squared length spares a square root. A zero-length segment gives 0/0,
+    // which falls to 0, so that its one point is the nearest.
     static double clampedFraction(const MVector3d &w, const MVector3d &v, double vv)
     {
         const double fraction = w.dot(v) / vv;

@@ -1,5 +1,7 @@
 #include "MPolygon.h"
 
+#include "MCircle.h"
+
 #include "metrology/shapes/detail/MShapeFrame.h"
 
 namespace ZOLAR3D {
@@ -92,6 +94,8 @@ void MPolygon::applyTransformation(const MMatrix4 &m)
 double MPolygon::distance(const MVector3d & /*p*/) const { return MInvalid; }
 
 bool MPolygon::isConvex() const { return false; }
+
+MCircle MPolygon::circumscribedCircle() const { return MCircle(); }
 
 MVector3d MPolygon::intersection(const MLine & /*line*/, double & /*t*/) const { return MVector3d(); }
 

@@ -2,7 +2,7 @@
 
 #include "MLine.h"
 #include "MLineSegment.h"
-#include "metrology/shapes/detail/MShapeFrame.h"
+#include "metrology/shapes/detail/MAxialShape.h"
 
 namespace ZOLAR3D {
 
@@ -51,6 +51,6 @@ void MRay::applyTransformation(const MMatrix4 &m)
     m.rotateAndScale(m_direction);
 }
 
-MMatrix4 MRay::pose() const { return isValid() ? axisFrame(m_start, m_direction) : MMatrix4::Zero; }
+MMatrix4 MRay::pose() const { return isValid() ? MAxialShape::pose(m_start, m_direction) : MMatrix4::Zero; }
 
 } // namespace ZOLAR3D

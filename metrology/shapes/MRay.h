@@ -45,7 +45,9 @@ public:
 
     bool isValid() const
     {
-        return m_start.isValid() && m_direction.isValid() && std::fabs(m_direction.dot(m_direction) - 1.0) < 1e-14;
+        // The unit length test also rejects a direction holding the marker,
+        // NaN or an infinity, so the direction needs no test of its own.
+        return m_start.isValid() && std::fabs(m_direction.dot(m_direction) - 1.0) < 1e-14;
     }
     void invalidate() { m_start.invalidate(); }
 

@@ -1,20 +1,9 @@
 #pragma once
 
-#include "MMatrix3.h"
 #include "MMatrix4.h"
 #include "MVector3d.h"
 
 namespace ZOLAR3D {
-
-// The frame whose origin is `origin` and whose Z axis is `axis`: the inverse
-// of the rotation that takes the axis into +Z, moved to the origin. The 3x3
-// rotation is used because it also turns an axis pointing exactly along -Z,
-// where the 4x4 form divides by zero. Both arguments must be valid.
-inline MMatrix4 axisFrame(const MVector3d &origin, const MVector3d &axis)
-{
-    const MMatrix3 intoZ = MMatrix3::VectorIntoZRotation(axis, false);
-    return MMatrix4::Translation(origin) * MMatrix4::FromMatrix3(intoZ.transposed());
-}
 
 // MMatrix4::Pose for shapes, whose poses never raise: a frame with an axis
 // that has no direction is MMatrix4::Zero.

@@ -1,5 +1,6 @@
 #include "GeometryTestSupport.h"
 #include "MPlane.h"
+#include "MLineArray.h"
 #include "MPlaneArray.h"
 
 #include <gtest/gtest.h>
@@ -25,15 +26,7 @@ TEST(MPlane, ConstructorLeavesTheAxesUnsetYetThePoseIsValid)
     EXPECT_TRUE(MPlane(MVector3d(0, 0, 0), MVector3d(0, 0, 5), true).isValid());
     EXPECT_FALSE(MPlane().isValid());
     EXPECT_FALSE(MPlane(MVector3d(0, 0, 0), MVector3d(0, 0, 0)).isValid());
-}
-
-TEST(MPlane, CoordinatePlanesPassThroughTheOrigin)
-{
-    EXPECT_EQ(MPlane::X.normal(), MVector3d(1, 0, 0));
-    EXPECT_EQ(MPlane::Y.normal(), MVector3d(0, 1, 0));
-    EXPECT_EQ(MPlane::Z.normal(), MVector3d(0, 0, 1));
-    EXPECT_EQ(MPlane::Z.position(), MVector3d(0, 0, 0));
-    EXPECT_EQ(MPlane::Z.distance(MVector3d(4, 5, -6)), -6.0);
+    EXPECT_EQ(MPlane::Y.distance(MVector3d(4, -5, 6)), -5.0);
 }
 
 TEST(MPlane, SignedDistanceProjectionAndEquation)
@@ -336,10 +329,15 @@ TEST(MPlane, FlipLeavesTheAxesAndAnInvalidNormal)
     EXPECT_FALSE(noNormal.isValid());
 }
 
-TEST(MPlaneArray, FreshElementsAreDefaultPlanes)
+TEST(MPlaneArray, FreshElementsAreDefaultShapes)
 {
     MPlaneArray planes(2);
     EXPECT_FALSE(planes[1].isValid());
     EXPECT_EQ(planes.add(MPlane::Z), 2);
     EXPECT_TRUE(planes.contains(MPlane::Z));
+
+    MLineArray lines(2);
+    EXPECT_EQ(lines[1].lengthAttribute(), MInvalid);
+    EXPECT_EQ(lines.add(MLine::ZAxis), 2);
+    EXPECT_EQ(lines.last(), MLine::ZAxis);
 }

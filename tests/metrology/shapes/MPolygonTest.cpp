@@ -1,4 +1,5 @@
 #include "GeometryTestSupport.h"
+#include "MCircle.h"
 #include "MPolygon.h"
 
 #include <gtest/gtest.h>
@@ -128,6 +129,13 @@ TEST(MPolygon, IsConvexIsAlwaysFalse)
 {
     EXPECT_FALSE(unitSquare().isConvex());
     EXPECT_FALSE(MPolygon().isConvex());
+}
+
+TEST(MPolygon, CircumscribedCircleIsAlwaysADefaultCircle)
+{
+    EXPECT_EQ(unitSquare().circumscribedCircle(), MCircle());
+    EXPECT_FALSE(unitSquare().circumscribedCircle().isValid());
+    EXPECT_EQ(MPolygon().circumscribedCircle(), MCircle());
 }
 
 TEST(MPolygon, IntersectionIsAlwaysInvalidAndLeavesTheParameter)

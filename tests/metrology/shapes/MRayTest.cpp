@@ -89,13 +89,3 @@ TEST(MRay, DistancesAndPoseFollowRigidMotions)
     }
 }
 
-TEST(MRay, FlipAndEquality)
-{
-    MRay ray(MVector3d(1, 2, 3), MVector3d(1, 0, 0), 2.0);
-    const MRay original = ray;
-    ray.flip();
-    EXPECT_EQ(ray.direction(), MVector3d(-1, 0, 0));
-    EXPECT_NE(ray, original);
-    ray.flip();
-    EXPECT_EQ(ray, original);
-}
