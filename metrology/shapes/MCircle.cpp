@@ -29,10 +29,6 @@ MVector3d MCircle::intersection(const MLine &line, double &t) const
 
 MMatrix4 MCircle::pose() const { return isValid() ? MAxialShape::pose(m_position, m_normal) : MMatrix4::Zero; }
 
-void MCircle::applyTransformation(const MMatrix4 &m)
-{
-    if (isValid())
-        MAxialShape::transform(m, m_position, m_normal);
-}
+void MCircle::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_normal); }
 
 } // namespace ZOLAR3D

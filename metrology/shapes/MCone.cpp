@@ -113,10 +113,6 @@ bool MCone::intersection(const MLine &line, MVector3d &point) const
 
 MMatrix4 MCone::pose() const { return isValid() ? MAxialShape::pose(m_position, m_direction) : MMatrix4::Zero; }
 
-void MCone::applyTransformation(const MMatrix4 &m)
-{
-    if (isValid())
-        MAxialShape::transform(m, m_position, m_direction);
-}
+void MCone::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_direction); }
 
 } // namespace ZOLAR3D

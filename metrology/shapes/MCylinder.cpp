@@ -56,10 +56,6 @@ bool MCylinder::intersection(const MLine &line, MVector3d &point) const
 
 MMatrix4 MCylinder::pose() const { return isValid() ? MAxialShape::pose(m_position, m_direction) : MMatrix4::Zero; }
 
-void MCylinder::applyTransformation(const MMatrix4 &m)
-{
-    if (isValid())
-        MAxialShape::transform(m, m_position, m_direction);
-}
+void MCylinder::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_direction); }
 
 } // namespace ZOLAR3D

@@ -16,10 +16,6 @@ void MEllipse::setNormal(const MVector3d &normal, bool alreadyNormalized)
     MAxialShape::setAxis(m_normal, normal, alreadyNormalized);
 }
 
-void MEllipse::applyTransformation(const MMatrix4 &m)
-{
-    if (isValid())
-        MAxialShape::transform(m, m_position, m_normal);
-}
+void MEllipse::applyTransformation(const MMatrix4 &m) { MAxialShape::transform(isValid(), m, m_position, m_normal); }
 
 } // namespace ZOLAR3D

@@ -5,16 +5,22 @@
 //   <Shape>Distance           the class's own distance(p)
 //   <Shape>DistancePlainLoop  the same arithmetic by hand, validity tests included
 // The ratio of the two is what to report. A new shape adds one pair.
+#include "MBox.h"
+#include "MCircle.h"
+#include "MCone.h"
+#include "MCylinder.h"
 #include "MInvalid.h"
 #include "MLine.h"
 #include "MLineSegment.h"
 #include "MPlane.h"
 #include "MRay.h"
+#include "MSphere.h"
 #include "MTriangle.h"
 #include "MTriangleDistanceAnalysis.h"
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -282,5 +288,145 @@ void TriangleDistancePlainLoop(benchmark::State &state)
     });
 }
 BENCHMARK(TriangleDistancePlainLoop)->Unit(benchmark::kMillisecond);
+
+// Round shapes and the box. Their plain loops take the members as raw
+// doubles; constants that the classes derive once (the cone's sine and
+// cosine, the box's inverse pose) are derived once here as well.
+const double Radius = 12.5;
+const double ConeAngle = 0.9;
+
+// An axis with a radius, and the cone's half-angle terms.
+struct PlainRound : PlainAxis {
+    double radius, sinHalf, cosHalf;
+    PlainRound(const MVector3d &origin, const MVector3d &direction, double r, double angle = 0.0)
+        : PlainAxis(origin, direction), radius(r), sinHalf(std::sin(0.5 * angle)), cosHalf(std::cos(0.5 * angle))
+    {
+    }
+};
+
+void CircleDistance(benchmark::State &state)
+{
+    measure(state, MCircle(Origin, Direction, Radius),
+            [](const MCircle &circle, const MVector3d &p) { return circle.distance(p); });
+}
+BENCHMARK(CircleDistance)->Unit(benchmark::kMillisecond);
+
+void CircleDistancePlainLoop(benchmark::State &state)
+{
+    measure(state, PlainRound(Origin, Direction, Radius), [](const PlainRound &circle, const MVector3d &p) {
+        const double *q = p.data(), *o = circle.o, *n = circle.d;
+        if (!validPoint(q))
+            return MInvalid;
+        const double wx = q[0] - o[0], wy = q[1] - o[1], wz = q[2] - o[2];
+        const double a = wx * n[0] + wy * n[1] + wz * n[2];
+        const double cx = wy * n[2] - wz * n[1], cy = wz * n[0] - wx * n[2], cz = wx * n[1] - wy * n[0];
+        const double r = std::sqrt(cx * cx + cy * cy + cz * cz) - circle.radius;
+        return std::sqrt(r * r + a * a);
+    });
+}
+BENCHMARK(CircleDistancePlainLoop)->Unit(benchmark::kMillisecond);
+
+void SphereDistance(benchmark::State &state)
+{
+    measure(state, MSphere(Origin, Radius), [](const MSphere &sphere, const MVector3d &p) { return sphere.distance(p); });
+}
+BENCHMARK(SphereDistance)->Unit(benchmark::kMillisecond);
+
+void SphereDistancePlainLoop(benchmark::State &state)
+{
+    measure(state, PlainRound(Origin, Direction, Radius), [](const PlainRound &sphere, const MVector3d &p) {
+        const double *q = p.data(), *o = sphere.o;
+        if (!validPoint(q))
+            return MInvalid;
+        const double wx = q[0] - o[0], wy = q[1] - o[1], wz = q[2] - o[2];
+        return std::sqrt(wx * wx + wy * wy + wz * wz) - sphere.radius;
+    });
+}
+BENCHMARK(SphereDistancePlainLoop)->Unit(benchmark::kMillisecond);
+
+void CylinderDistance(benchmark::State &state)
+{
+    measure(state, MCylinder(Origin, Direction, Radius, 80.0),
+            [](const MCylinder &cylinder, const MVector3d &p) { return cylinder.distance(p); });
+}
+BENCHMARK(CylinderDistance)->Unit(benchmark::kMillisecond);
+
+void CylinderDistancePlainLoop(benchmark::State &state)
+{
+    measure(state, PlainRound(Origin, Direction, Radius), [](const PlainRound &cylinder, const MVector3d &p) {
+        const double *q = p.data(), *o = cylinder.o, *d = cylinder.d;
+        if (!validPoint(q))
+            return MInvalid;
+        const double wx = q[0] - o[0], wy = q[1] - o[1], wz = q[2] - o[2];
+        const double cx = d[1] * wz - d[2] * wy, cy = d[2] * wx - d[0] * wz, cz = d[0] * wy - d[1] * wx;
+        return std::sqrt(cx * cx + cy * cy + cz * cz) - cylinder.radius;
+    });
+}
+BENCHMARK(CylinderDistancePlainLoop)->Unit(benchmark::kMillisecond);
+
+void ConeDistance(benchmark::State &state)
+{
+    measure(state, MCone(Origin, Direction, Radius, ConeAngle, 80.0),
+            [](const MCone &cone, const MVector3d &p) { return cone.distance(p); });
+}
+BENCHMARK(ConeDistance)->Unit(benchmark::kMillisecond);
+
+// Past the apex the apex itself is the nearest point.
+void ConeDistancePlainLoop(benchmark::State &state)
+{
+    measure(state, PlainRound(Origin, Direction, Radius, ConeAngle), [](const PlainRound &cone, const MVector3d &p) {
+        const double *q = p.data(), *o = cone.o, *d = cone.d;
+        if (!validPoint(q))
+            return MInvalid;
+        const double s = cone.sinHalf, c = cone.cosHalf, r0 = cone.radius;
+        const double wx = q[0] - o[0], wy = q[1] - o[1], wz = q[2] - o[2];
+        const double a = wx * d[0] + wy * d[1] + wz * d[2];
+        const double cx = wy * d[2] - wz * d[1], cy = wz * d[0] - wx * d[2], cz = wx * d[1] - wy * d[0];
+        const double r = std::sqrt(cx * cx + cy * cy + cz * cz);
+        if (r0 + ((r - r0) * s - a * c) * s < 0.0) {
+            const double past = a - r0 * c / s;
+            return std::sqrt(past * past + r * r);
+        }
+        return s * a + c * (r - r0);
+    });
+}
+BENCHMARK(ConeDistancePlainLoop)->Unit(benchmark::kMillisecond);
+
+const MMatrix4 BoxPose = MMatrix4::Translation(Origin) * MMatrix4::AxisAngleRotation(Direction, 0.7);
+const MVector3d BoxSize(60.0, 90.0, 30.0);
+
+void BoxDistance(benchmark::State &state)
+{
+    measure(state, MBox(BoxSize, BoxPose), [](const MBox &box, const MVector3d &p) { return box.distance(p); });
+}
+BENCHMARK(BoxDistance)->Unit(benchmark::kMillisecond);
+
+// The top three rows of the inverse pose and the half size.
+struct PlainBox {
+    double m[12], half[3];
+    PlainBox(const MVector3d &size, const MMatrix4 &pose) : half{0.5 * size.x(), 0.5 * size.y(), 0.5 * size.z()}
+    {
+        const MMatrix4 inverse = pose.rigidInverse();
+        for (int i = 0; i < 12; ++i)
+            m[i] = inverse.data()[i];
+    }
+};
+
+void BoxDistancePlainLoop(benchmark::State &state)
+{
+    measure(state, PlainBox(BoxSize, BoxPose), [](const PlainBox &box, const MVector3d &p) {
+        const double *q = p.data(), *m = box.m;
+        if (!validPoint(q))
+            return MInvalid;
+        const double ex = std::fabs(m[0] * q[0] + m[1] * q[1] + m[2] * q[2] + m[3]) - box.half[0];
+        const double ey = std::fabs(m[4] * q[0] + m[5] * q[1] + m[6] * q[2] + m[7]) - box.half[1];
+        const double ez = std::fabs(m[8] * q[0] + m[9] * q[1] + m[10] * q[2] + m[11]) - box.half[2];
+        if (ex < 0.0 && ey < 0.0 && ez < 0.0)
+            return std::max(ex, std::max(ey, ez));
+        const double ox = std::max(ex, 0.0), oy = std::max(ey, 0.0), oz = std::max(ez, 0.0);
+        return std::sqrt(ox * ox + oy * oy + oz * oz);
+    });
+}
+BENCHMARK(BoxDistancePlainLoop)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MMatrix4.h"
 #include "MVector3d.h"
 #include "metrology/core/detail/MPathEncoding.h"
 #include "metrology/fileio/detail/MTextFile.h"
@@ -32,6 +33,7 @@ struct MShapeTextFormat {
 
 private:
     static void writeMember(std::wostream &out, const MVector3d &v) { out << v; }
+    static void writeMember(std::wostream &out, const MMatrix4 &m) { out << m; }
     static void writeMember(std::wostream &out, double value)
     {
         MStreamPrecision precision(out, MTextFile::DoublePrecision);
@@ -40,6 +42,7 @@ private:
     static void writeMember(std::wostream &out, int value) { out << value << L'\n'; }
 
     static void readMember(std::wistream &in, MVector3d &v) { in >> v; }
+    static void readMember(std::wistream &in, MMatrix4 &m) { in >> m; }
     static void readMember(std::wistream &in, double &value) { MTextFile::read(in, value); }
     static void readMember(std::wistream &in, int &value) { in >> value; }
 };

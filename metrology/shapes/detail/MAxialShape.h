@@ -8,23 +8,26 @@
 
 namespace ZOLAR3D {
 
-// What the shapes built around an axis (circle, ellipse, cylinder, cone)
-// share: their local frame and how a transformation moves them.
+// What the shapes built around an axis (lines, rays, segments, circles,
+// ellipses, cylinders, cones) share: their local frame and how a
+// transformation moves them.
 struct MAxialShape {
     // The frame whose origin is the position and whose Z axis is the axis.
     // The rotation comes from the 3x3 form, which also turns an axis exactly
     // opposite to Z into a proper frame instead of a matrix of non-finite
-    // entries; everywhere else both forms agree.
+    // entries; everywhere else both forms agree. Both arguments must be valid.
     static MMatrix4 pose(const MVector3d &position, const MVector3d &axis)
     {
         const MMatrix4 intoZ = MMatrix4::FromMatrix3(MMatrix3::VectorIntoZRotation(axis, false));
         return MMatrix4::Translation(position) * intoZ.rigidInverse();
     }
 
-    // Radii and lengths are not touched: a scaling moves the shape, it does
-    // not resize it.
-    static void transform(const MMatrix4 &m, MVector3d &position, MVector3d &axis)
+    // An invalid shape is left alone. Radii and lengths are not touched: a
+    // scaling moves the shape, it does not resize it.
+    static void transform(bool valid, const MMatrix4 &m, MVector3d &position, MVector3d &axis)
     {
+        if (!valid)
+            return;
         position = m * position;
         m.rotateAndScale(axis);
     }

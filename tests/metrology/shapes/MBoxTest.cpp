@@ -1,10 +1,10 @@
 #include "MBox.h"
+#include "GeometryTestSupport.h"
 #include "RoundShapeTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 using test::TestPi;
@@ -110,11 +110,11 @@ TEST(MBox, DistanceIsExactOutsideAndNegativeInside)
     EXPECT_EQ(box.distance(MVector3d(2, 3, 0)), std::sqrt(2.0));
     EXPECT_EQ(box.distance(MVector3d(-3, -4, -5)), std::sqrt(12.0));
 
-    std::mt19937 random(31);
+    test::RandomGeometry random(31);
     for (int trial = 0; trial < 8; ++trial) {
-        const MBox b(MVector3d(1, 3, 5), test::randomRigid(random));
+        const MBox b(MVector3d(1, 3, 5), random.rigidMotion(50.0));
         for (int k = 0; k < 5; ++k) {
-            const MVector3d p = b.pose() * test::randomPoint(random, 4.0);
+            const MVector3d p = b.pose() * random.point(4.0);
             EXPECT_NEAR(std::fabs(b.distance(p)), sampledToFaces(b, p), 1e-7);
         }
     }
@@ -147,12 +147,12 @@ TEST(MBox, IntegrateGrowsTheBoxAndKeepsItsOrientation)
     EXPECT_EQ(b.minCorner(), MVector3d(-1, -2, -5));
     EXPECT_EQ(b.maxCorner(), MVector3d(3, 2, 3));
 
-    std::mt19937 random(37);
-    const MMatrix4 pose = test::randomRigid(random);
+    test::RandomGeometry random(37);
+    const MMatrix4 pose = random.rigidMotion(50.0);
     MBox oriented(MVector3d(1, 1, 1), pose);
     const MBox before = oriented;
     for (int k = 0; k < 20; ++k) {
-        const MVector3d p = test::randomPoint(random, 60.0);
+        const MVector3d p = random.point(60.0);
         const bool outside = oriented.distance(p) > 0.0;
         oriented.integrate(p);
         if (outside)
@@ -186,9 +186,9 @@ TEST(MBox, AnInvalidBoxBecomesAPointBoxWithItsOrientation)
 
 TEST(MBox, IntegrateOfABoxTakesInItsCorners)
 {
-    std::mt19937 random(41);
+    test::RandomGeometry random(41);
     MBox hull(MVector3d(1, 1, 1), MMatrix4::Identity);
-    const MBox other(MVector3d(2, 3, 4), test::randomRigid(random));
+    const MBox other(MVector3d(2, 3, 4), random.rigidMotion(50.0));
     hull.integrate(other);
     for (double sx : {-1.0, 1.0})
         for (double sy : {-1.0, 1.0})
@@ -203,14 +203,14 @@ TEST(MBox, IntegrateOfABoxTakesInItsCorners)
 
 TEST(MBox, RigidMotionKeepsDistancesAndPoseFollowsTheShape)
 {
-    std::mt19937 random(43);
+    test::RandomGeometry random(43);
     for (int trial = 0; trial < 50; ++trial) {
-        const MBox b(MVector3d(2, 3, 4), test::randomRigid(random));
-        const MMatrix4 m = test::randomRigid(random);
+        const MBox b(MVector3d(2, 3, 4), random.rigidMotion(50.0));
+        const MMatrix4 m = random.rigidMotion(50.0);
         MBox moved = b;
         moved.applyTransformation(m);
         EXPECT_EQ(moved.pose(), m * b.pose());
-        const MVector3d p = b.position() + test::randomPoint(random, 6.0);
+        const MVector3d p = b.position() + random.point(6.0);
         EXPECT_NEAR(moved.distance(m * p), b.distance(p), 1e-9);
         EXPECT_TRUE(moved.projection(m * p).equals(m * b.projection(p), 1e-9));
         EXPECT_TRUE(moved.position().equals(m * b.position(), 1e-9));

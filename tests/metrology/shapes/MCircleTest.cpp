@@ -1,12 +1,12 @@
 #include "MCircle.h"
 #include "MCircleArray.h"
 #include "MLine.h"
+#include "GeometryTestSupport.h"
 #include "RoundShapeTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 using test::TestPi;
@@ -130,14 +130,13 @@ TEST(MCircle, IntersectionCountsTheDiscAndPassesTheLineParameterOn)
 
 TEST(MCircle, DistanceAndProjectionAgreeWithSamplesOfTheCurve)
 {
-    std::mt19937 random(7);
-    std::uniform_real_distribution<double> radius(0.5, 20.0);
+    test::RandomGeometry random(7);
     for (int shape = 0; shape < 20; ++shape) {
-        const MCircle c(test::randomPoint(random, 10.0), test::randomUnit(random), radius(random));
+        const MCircle c(random.point(10.0), random.unitVector(), random.uniform(0.5, 20.0));
         MVector3d e1, e2;
         test::frameAcross(c.normal(), e1, e2);
         for (int k = 0; k < 10; ++k) {
-            const MVector3d p = test::randomPoint(random, 30.0);
+            const MVector3d p = random.point(30.0);
             double sampled = 1e300;
             const int steps = 20000;
             for (int i = 0; i < steps; ++i) {
@@ -157,13 +156,13 @@ TEST(MCircle, DistanceAndProjectionAgreeWithSamplesOfTheCurve)
 
 TEST(MCircle, RigidMotionKeepsDistancesAndPoseFollowsTheShape)
 {
-    std::mt19937 random(11);
+    test::RandomGeometry random(11);
     for (int trial = 0; trial < 50; ++trial) {
-        const MCircle c(test::randomPoint(random, 10.0), test::randomUnit(random), 3.0);
-        const MMatrix4 m = test::randomRigid(random);
+        const MCircle c(random.point(10.0), random.unitVector(), 3.0);
+        const MMatrix4 m = random.rigidMotion(50.0);
         MCircle moved = c;
         moved.applyTransformation(m);
-        const MVector3d p = test::randomPoint(random, 20.0);
+        const MVector3d p = random.point(20.0);
         EXPECT_NEAR(moved.distance(m * p), c.distance(p), 1e-9);
         EXPECT_NEAR(moved.normal().norm(), 1.0, 1e-12);
 

@@ -1,12 +1,12 @@
 #include "MCone.h"
 #include "MConeArray.h"
 #include "MLine.h"
+#include "GeometryTestSupport.h"
 #include "RoundShapeTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 using test::TestPi;
@@ -119,10 +119,9 @@ TEST(MCone, ProjectionLandsOnTheMantleInThePlaneThroughTheAxis)
 
 TEST(MCone, DistanceAndProjectionAgreeWithSamplesOfTheMantle)
 {
-    std::mt19937 random(23);
-    std::uniform_real_distribution<double> radius(0.5, 5.0), angle(0.2, 2.5);
+    test::RandomGeometry random(23);
     for (int shape = 0; shape < 10; ++shape) {
-        const MCone c(test::randomPoint(random, 5.0), test::randomUnit(random), radius(random), angle(random), 4.0);
+        const MCone c(random.point(5.0), random.unitVector(), random.uniform(0.5, 5.0), random.uniform(0.2, 2.5), 4.0);
         MVector3d e1, e2;
         test::frameAcross(c.direction(), e1, e2);
         const MVector3d apex = c.apex();
@@ -134,7 +133,7 @@ TEST(MCone, DistanceAndProjectionAgreeWithSamplesOfTheMantle)
             return apex - c.direction() * (u * co) + (e1 * std::cos(phi) + e2 * std::sin(phi)) * (u * s);
         };
         for (int k = 0; k < 8; ++k) {
-            const MVector3d p = test::randomPoint(random, 15.0);
+            const MVector3d p = random.point(15.0);
             const double sampled = test::sampledDistance(mantle, test::angleRange(), {0.0, std::sqrt(200.0)}, 100, p);
             EXPECT_NEAR(std::fabs(c.distance(p)), sampled, 1e-7);
             const MVector3d q = c.projection(p);
@@ -181,13 +180,13 @@ TEST(MCone, IntersectionKeepsToTheNappeBetweenTheEnds)
 
 TEST(MCone, RigidMotionKeepsDistancesAndPoseFollowsTheShape)
 {
-    std::mt19937 random(29);
+    test::RandomGeometry random(29);
     for (int trial = 0; trial < 50; ++trial) {
-        const MCone c(test::randomPoint(random, 10.0), test::randomUnit(random), 3.0, 0.8, 8.0);
-        const MMatrix4 m = test::randomRigid(random);
+        const MCone c(random.point(10.0), random.unitVector(), 3.0, 0.8, 8.0);
+        const MMatrix4 m = random.rigidMotion(50.0);
         MCone moved = c;
         moved.applyTransformation(m);
-        const MVector3d p = test::randomPoint(random, 20.0);
+        const MVector3d p = random.point(20.0);
         EXPECT_NEAR(moved.distance(m * p), c.distance(p), 1e-9);
         EXPECT_TRUE(moved.projection(m * p).equals(m * c.projection(p), 1e-9));
         EXPECT_TRUE(moved.apex().equals(m * c.apex(), 1e-9));

@@ -1,12 +1,12 @@
 #include "MCylinder.h"
 #include "MCylinderArray.h"
 #include "MLine.h"
+#include "GeometryTestSupport.h"
 #include "RoundShapeTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 using test::TestPi;
@@ -100,17 +100,16 @@ TEST(MCylinder, ProjectionOfAPointOnTheAxisGoesAlongThePerpendicularOfTheDirecti
 
 TEST(MCylinder, DistanceAndProjectionAgreeWithSamplesOfTheMantle)
 {
-    std::mt19937 random(17);
-    std::uniform_real_distribution<double> size(1.0, 10.0);
+    test::RandomGeometry random(17);
     for (int shape = 0; shape < 10; ++shape) {
-        const MCylinder c(test::randomPoint(random, 10.0), test::randomUnit(random), size(random), 2.0 * size(random));
+        const MCylinder c(random.point(10.0), random.unitVector(), random.uniform(1.0, 10.0), 2.0 * random.uniform(1.0, 10.0));
         MVector3d e1, e2;
         test::frameAcross(c.direction(), e1, e2);
         const auto mantle = [&](double phi, double along) {
             return c.position() + c.direction() * along + (e1 * std::cos(phi) + e2 * std::sin(phi)) * c.radius();
         };
         for (int k = 0; k < 5; ++k) {
-            const MVector3d p = test::randomPoint(random, 30.0);
+            const MVector3d p = random.point(30.0);
             const double half = 0.5 * c.length();
             const double finite = test::sampledDistance(mantle, test::angleRange(), {-half, half}, 60, p);
             const MVector3d q = c.projection(p);
@@ -156,13 +155,13 @@ TEST(MCylinder, IntersectionFindsTheNearerMantlePointBetweenTheEnds)
 
 TEST(MCylinder, RigidMotionKeepsDistancesAndPoseFollowsTheShape)
 {
-    std::mt19937 random(19);
+    test::RandomGeometry random(19);
     for (int trial = 0; trial < 50; ++trial) {
-        const MCylinder c(test::randomPoint(random, 10.0), test::randomUnit(random), 3.0, 8.0);
-        const MMatrix4 m = test::randomRigid(random);
+        const MCylinder c(random.point(10.0), random.unitVector(), 3.0, 8.0);
+        const MMatrix4 m = random.rigidMotion(50.0);
         MCylinder moved = c;
         moved.applyTransformation(m);
-        const MVector3d p = test::randomPoint(random, 20.0);
+        const MVector3d p = random.point(20.0);
         EXPECT_NEAR(moved.distance(m * p), c.distance(p), 1e-9);
         EXPECT_TRUE(moved.projection(m * p).equals(m * c.projection(p), 1e-9));
 

@@ -1,11 +1,11 @@
 #include "MCircle.h"
 #include "MEllipse.h"
 #include "MLine.h"
+#include "GeometryTestSupport.h"
 #include "RoundShapeTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <random>
 
 using namespace ZOLAR3D;
 
@@ -38,21 +38,21 @@ TEST(MEllipse, DefaultIsInvalidAndAccessorsKeepBothRadii)
 // does not take part, not even in validity.
 TEST(MEllipse, EllipseIsACircleOfRadiusAForEveryQuery)
 {
-    std::mt19937 random(3);
+    test::RandomGeometry random(3);
     for (int trial = 0; trial < 20; ++trial) {
-        const MVector3d position = test::randomPoint(random, 10.0);
-        const MVector3d normal = test::randomUnit(random);
+        const MVector3d position = random.point(10.0);
+        const MVector3d normal = random.unitVector();
         const MCircle c(position, normal, 2.0, true);
         for (double radiusB : {0.5, 2.0, 30.0, MInvalid, -1.0}) {
             const MEllipse e(position, normal, 2.0, radiusB, true);
             EXPECT_TRUE(e.isValid());
             EXPECT_EQ(e.diameter(), c.diameter());
             EXPECT_EQ(e.pose(), c.pose());
-            const MVector3d p = test::randomPoint(random, 20.0);
+            const MVector3d p = random.point(20.0);
             EXPECT_EQ(e.squaredDistance(p), c.squaredDistance(p));
             EXPECT_EQ(e.distance(p), c.distance(p));
             EXPECT_EQ(e.projection(p), c.projection(p));
-            const MLine line(p, test::randomUnit(random));
+            const MLine line(p, random.unitVector());
             double te = -1.0, tc = -1.0;
             EXPECT_EQ(e.intersection(line, te), c.intersection(line, tc));
             EXPECT_EQ(te, tc);

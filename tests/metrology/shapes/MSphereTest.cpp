@@ -1,12 +1,12 @@
 #include "MLine.h"
 #include "MSphere.h"
 #include "MSphereArray.h"
+#include "GeometryTestSupport.h"
 #include "RoundShapeTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 using test::TestPi;
@@ -52,9 +52,9 @@ TEST(MSphere, ProjectionGoesRadiallyToTheSurface)
     EXPECT_EQ(s.projection(MVector3d()), MVector3d::Infinity);
     EXPECT_EQ(MSphere().projection(MVector3d(0, 0, 0)), MVector3d::Infinity);
 
-    std::mt19937 random(5);
+    test::RandomGeometry random(5);
     for (int k = 0; k < 20; ++k) {
-        const MVector3d p = test::randomPoint(random, 10.0);
+        const MVector3d p = random.point(10.0);
         const auto surface = [&](double theta, double phi) {
             return s.position() +
                    MVector3d(std::sin(theta) * std::cos(phi), std::sin(theta) * std::sin(phi), std::cos(theta)) *
@@ -119,13 +119,13 @@ TEST(MSphere, PoseAndTransformationMoveTheCentreOnly)
     invalid.applyTransformation(MMatrix4::Translation(MVector3d(1, 1, 1)));
     EXPECT_EQ(invalid, MSphere());
 
-    std::mt19937 random(13);
+    test::RandomGeometry random(13);
     for (int trial = 0; trial < 50; ++trial) {
-        const MSphere sphere(test::randomPoint(random, 10.0), 4.0);
-        const MMatrix4 m = test::randomRigid(random);
+        const MSphere sphere(random.point(10.0), 4.0);
+        const MMatrix4 m = random.rigidMotion(50.0);
         MSphere moved = sphere;
         moved.applyTransformation(m);
-        const MVector3d p = test::randomPoint(random, 20.0);
+        const MVector3d p = random.point(20.0);
         EXPECT_NEAR(moved.distance(m * p), sphere.distance(p), 1e-9);
         EXPECT_TRUE((moved.pose() * MVector3d(0, 0, 0)).equals(moved.position(), 0.0));
     }

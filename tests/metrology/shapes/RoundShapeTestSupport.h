@@ -1,40 +1,14 @@
 #pragma once
 
-#include "MMatrix4.h"
 #include "MVector3d.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <random>
 
 namespace ZOLAR3D::test {
 
 constexpr double TestPi = 3.141592653589793;
-
-inline MVector3d randomPoint(std::mt19937 &random, double extent)
-{
-    std::uniform_real_distribution<double> coordinate(-extent, extent);
-    return {coordinate(random), coordinate(random), coordinate(random)};
-}
-
-inline MVector3d randomUnit(std::mt19937 &random)
-{
-    for (;;) {
-        const MVector3d v = randomPoint(random, 1.0);
-        const double n = std::sqrt(v.dot(v));
-        if (n > 0.1 && n <= 1.0)
-            return v / n;
-    }
-}
-
-// A rotation about a random axis followed by a random translation.
-inline MMatrix4 randomRigid(std::mt19937 &random)
-{
-    std::uniform_real_distribution<double> angle(-TestPi, TestPi);
-    return MMatrix4::Translation(randomPoint(random, 50.0)) *
-           MMatrix4::AxisAngleRotation(randomUnit(random), angle(random));
-}
 
 // A parameter range of a surface. A periodic parameter (an angle) is never
 // clamped: the search may move past either end of its period.
