@@ -11,6 +11,7 @@
 #include "MFailure.h"
 #include "MStatistics.h"
 #include "metrology/core/detail/MDirectionSign.h"
+#include "metrology/core/detail/MPointStream.h"
 
 #include <cmath>
 
@@ -44,12 +45,12 @@ void MBestFit<T>::setPoints(const MPointCloud &cloud)
     m_points.resizePoints(0);
     m_points.reservePointCapacity(n);
     m_points.resizePoints(n);
-    const MVector3d *source = cloud.points();
     MVector3d *target = m_points.points();
     int kept = 0;
-    for (int i = 0; i < n; ++i)
-        if (source[i].isValid())
-            target[kept++] = source[i];
+    streamPoints(cloud.points(), n, [&](const MVector3d &p) {
+        if (p.isValid())
+            target[kept++] = p;
+    });
     m_points.resizePoints(kept);
 }
 
