@@ -10,6 +10,7 @@ packages=(
   libopencv-core-dev libopencv-imgproc-dev
   liblzf-dev liblodepng-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  clang libclang-rt-14-dev
 )
 
 missing=()

@@ -461,14 +461,6 @@ TEST(MPointCloud, BulkFormsReadTheirOwnStorageSafely)
     EXPECT_EQ(cloud.point(1), MVector3d(2, 20, 200));
 }
 
-TEST(MPointCloud, InitSetsEveryPoint)
-{
-    MPointCloud cloud(4);
-    cloud.init(MVector3d(1, 2, 3));
-    EXPECT_EQ(cloud.numValidPoints(), 4);
-    EXPECT_EQ(cloud.point(3), MVector3d(1, 2, 3));
-}
-
 // ---- Values and simple edits
 
 TEST(MPointCloud, NaNPointsAreInvalid)

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "MRangeImage.h"
+#include "MTypedArray.h"
+
+ZOL3D_TYPED_ARRAY(MRangeImageArray, MRangeImage);
