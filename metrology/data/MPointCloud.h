@@ -12,6 +12,9 @@
 namespace ZOLAR3D {
 
 class MKdTree;
+class MLine;
+class MLineSegment;
+class MPlane;
 class MPrincipalComponentAnalysis;
 
 // The container of 3D scan points: positions in double precision, optional
@@ -343,6 +346,18 @@ public:
     // The eigenvalues' magnitudes over their sum: about (1, 0, 0) for a line,
     // (0.5, 0.5, 0) for a plane; Zero for at most one valid point.
     MVector3d dimensionality() const;
+
+    // Least-squares fits of the valid points, without an outlier pass.
+    // Too few valid points raise the fit's failure; the neutral result is
+    // an invalid shape.
+    // At least 3 points; u and v are the half-extent vectors of the points'
+    // bounding rectangle in the plane, whose centre is the position.
+    MPlane fitPlane() const;
+    // At least 2 points; the position is the middle of their span, which is
+    // the length attribute.
+    MLine fitLine() const;
+    // At least 2 points; two points come back as given, start first.
+    MLineSegment fitLineSegment() const;
 
 private:
     // The processing forms on a tree built from this cloud's points, so that
