@@ -6,11 +6,13 @@
 int main()
 {
     ZOLAR3D::MException::Enable = true;
+    ZOLAR3D::MPointCloud cloud;
+    cloud.add(1, 2, 3);
     try {
-        ZOLAR3D::MFailure::raise("consumer failure");
+        cloud.point(5);
     } catch (const ZOLAR3D::MException &e) {
         std::printf("consumer caught: %s\n", e.message());
-        return 0;
+        return cloud.point(0).z() == 3.0 ? 0 : 1;
     }
     return 1;
 }

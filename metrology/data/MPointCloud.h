@@ -1,0 +1,337 @@
+#pragma once
+
+#include "MColor.h"
+#include "MColorArray.h"
+#include "MMatrix4.h"
+#include "MVector3d.h"
+#include "MVector3dArray.h"
+#include "MVector3f.h"
+#include "MVector3fArray.h"
+#include "Zol3DExport.h"
+
+namespace ZOLAR3D {
+
+class MKdTree;
+
+// The container of 3D scan points: positions in double precision, optional
+// per-point colours and normals, and an optional grid organisation of
+// height rows by width columns. A plain value: copies are deep.
+//
+// Invalid points stay in the array so that a grid keeps its shape. Colours
+// and normals count only when their array has one entry per point; an array
+// of any other length is kept but treated as absent.
+class ZOL3D_API MPointCloud {
+public:
+    // Construction and copying
+    MPointCloud();
+    // n invalid points; a negative n gives an empty cloud.
+    explicit MPointCloud(int n);
+    MPointCloud(const MPointCloud &other);
+    MPointCloud &operator=(const MPointCloud &other);
+    // Moves hand the arrays over and leave the source empty and unorganised.
+    MPointCloud(MPointCloud &&other) noexcept;
+    MPointCloud &operator=(MPointCloud &&other) noexcept;
+    ~MPointCloud();
+
+    // Byte comparison of the three arrays, then of height and width.
+    bool operator==(const MPointCloud &other) const;
+    bool operator!=(const MPointCloud &other) const { return !(*this == other); }
+
+    // Hands the three arrays to dest without copying; this cloud keeps its
+    // height and width but no longer counts as organised.
+    void transferDataTo(MPointCloud &dest);
+
+    void clear();
+    void clearPoints();
+    void clearNormals() { m_normals.clear(); }
+    void clearColors() { m_colors.clear(); }
+
+    // Storage
+    void reserveCapacity(int n);
+    void reservePointCapacity(int n) { m_points.reserveCapacity(n); }
+    void reserveNormalCapacity(int n) { m_normals.reserveCapacity(n); }
+    void reserveColorCapacity(int n) { m_colors.reserveCapacity(n); }
+    int pointCapacity() const { return m_points.capacity(); }
+    int normalCapacity() const { return m_normals.capacity(); }
+    int colorCapacity() const { return m_colors.capacity(); }
+
+    // Resizes the points; colours (new ones Gray) and normals follow when
+    // they were present. Height and width are left alone.
+    void resize(int n);
+    void resizePoints(int n) { m_points.resize(n); }
+    void resizeNormals(int n) { m_normals.resize(n); }
+    void resizeColors(int n, const MColor &value) { m_colors.resize(n, value); }
+
+    // Organisation: stored as given, row count first. The cloud counts as
+    // organised only while height > 1 and height x width = numPoints().
+    void setOrganized2d(int height, int width)
+    {
+        m_height = height;
+        m_width = width;
+    }
+    bool isOrganized2d() const;
+    int height() const { return m_height; }
+    int width() const { return m_width; }
+
+    int size() const { return m_points.size(); }
+    int numPoints() const { return m_points.size(); }
+    int numNormals() const { return m_normals.size(); }
+    int numColors() const { return m_colors.size(); }
+    bool hasNormals() const { return 0 < numNormals() && numNormals() == numPoints(); }
+    bool hasColors() const { return 0 < numColors() && numColors() == numPoints(); }
+
+    // Bounds-checked access. A bad index raises "MPointCloud: index out of
+    // range!"; without exceptions the getters answer with a shared fallback
+    // and the setters do nothing.
+    MVector3d point(int i) const
+    {
+        if (isIndex(i, numPoints()))
+            return m_points[i];
+        raiseIndexFailure();
+        return MVector3d::Infinity;
+    }
+    MVector3d point(int row, int col) const { return point(gridIndex(row, col)); }
+    const MVector3d &operator[](int i) const
+    {
+        if (isIndex(i, numPoints()))
+            return m_points[i];
+        raiseIndexFailure();
+        return MVector3d::Infinity;
+    }
+    // A bad index hands out a shared scratch vector, never storage of the cloud.
+    MVector3d &operator[](int i)
+    {
+        if (isIndex(i, numPoints()))
+            return m_points[i];
+        return writablePointFallback();
+    }
+    MVector3f normal(int i) const
+    {
+        if (isIndex(i, numNormals()))
+            return m_normals[i];
+        raiseIndexFailure();
+        return MVector3f::Infinity;
+    }
+    MVector3f normal(int row, int col) const { return normal(gridIndex(row, col)); }
+    MColor color(int i) const
+    {
+        if (isIndex(i, numColors()))
+            return m_colors[i];
+        raiseIndexFailure();
+        return MColor::Transparent;
+    }
+    MColor color(int row, int col) const { return color(gridIndex(row, col)); }
+
+    void setPoint(int i, const MVector3d &p)
+    {
+        if (isIndex(i, numPoints()))
+            m_points[i] = p;
+        else
+            raiseIndexFailure();
+    }
+    void setPoint(int row, int col, const MVector3d &p) { setPoint(gridIndex(row, col), p); }
+    void setNormal(int i, const MVector3f &n)
+    {
+        if (isIndex(i, numNormals()))
+            m_normals[i] = n;
+        else
+            raiseIndexFailure();
+    }
+    void setNormal(int row, int col, const MVector3f &n) { setNormal(gridIndex(row, col), n); }
+    void setColor(int i, const MColor &c)
+    {
+        if (isIndex(i, numColors()))
+            m_colors[i] = c;
+        else
+            raiseIndexFailure();
+    }
+    void setColor(int row, int col, const MColor &c) { setColor(gridIndex(row, col), c); }
+    void invalidatePoint(int i)
+    {
+        if (isIndex(i, numPoints()))
+            m_points[i].invalidate();
+        else
+            raiseIndexFailure();
+    }
+    void invalidatePoint(int row, int col) { invalidatePoint(gridIndex(row, col)); }
+
+    // Raw arrays, no test: for bulk loops, the viewer and the search structures.
+    MVector3d *points() { return m_points.data(); }
+    const MVector3d *points() const { return m_points.data(); }
+    MVector3f *normals() { return m_normals.data(); }
+    const MVector3f *normals() const { return m_normals.data(); }
+    MColor *colors() { return m_colors.data(); }
+    const MColor *colors() const { return m_colors.data(); }
+
+    // Filling. The single adds return the new index and leave colours,
+    // normals and organisation alone. Bulk forms ignore a null source or a
+    // negative count.
+    int add(double x, double y, double z) { return m_points.add(MVector3d(x, y, z)); }
+    int add(const MVector3d &p) { return m_points.add(p); }
+    int addPoint(const MVector3d &p) { return m_points.add(p); }
+    int addNormal(const MVector3f &n) { return m_normals.add(n); }
+    int addColor(const MColor &c) { return m_colors.add(c); }
+    void addPoints(const MVector3d *src, int n);
+    void addPoints(const double *xyz, int n);
+    void addPoints(const MVector3f *src, int n);
+    void addPoints(const float *xyz, int n);
+    void setPoints(const MVector3d *src, int n);
+    void setPoints(const double *xyz, int n);
+    void setPoints(const MVector3f *src, int n);
+    void setPoints(const float *xyz, int n);
+    void setNormals(const MVector3f *src, int n);
+    void setColors(const MColor *src, int n);
+    void init(const MVector3d &p) { m_points.init(p); }
+
+    // Value extraction and simple edits
+    int numValidPoints() const;
+    // One value per point into a buffer of numPoints() doubles; invalid
+    // points give the invalid marker.
+    void getXValues(double *values) const;
+    void getYValues(double *values) const;
+    void getZValues(double *values) const;
+    // Negate one coordinate of every valid point; normals are left alone.
+    void flipX();
+    void flipY();
+    void flipZ();
+    // Valid points become m * p (homogeneous); valid normals are multiplied
+    // by the rotation block of m and not renormalised.
+    void applyTransformation(const MMatrix4 &m);
+    // Drops invalid points with their colours and normals; returns the
+    // number of points kept.
+    int removeInvalidPoints();
+    int compressMemory();
+    // Invalidates valid points with a coordinate beyond +-range; returns how many.
+    int cleanPointsOutsideRange(double range);
+    // Mirrors the grid: element (row, col) moves to (col, row).
+    void transpose();
+
+    // Sub-clouds. Each takes colours and normals along when their array has
+    // one entry per point.
+    // Valid points with index in [first, last), unorganised.
+    MPointCloud subset(int first, int last) const;
+    // A rectangle of the grid, organised numRows x numCols.
+    MPointCloud roi(int row, int col, int numRows, int numCols) const;
+    // Every step-th element, per row and column when organised.
+    MPointCloud subsampled(int step) const;
+    // The valid points of both clouds, unorganised.
+    MPointCloud operator+(const MPointCloud &other) const;
+
+    // Processing. Each call builds a k-d tree of the cloud for itself. Points
+    // are removed by invalidation, so the arrays keep their length and order
+    // and a grid its shape, unless a function says it replaces the cloud.
+    // Where a negative radius is accepted it counts in multiples of
+    // averagePointDistance(1000).
+
+    // Mean distance of up to numSamples valid points, spread evenly over the
+    // array, to their closest other point; coinciding points do not count as
+    // neighbours. 0 when no sample has a neighbour.
+    double averagePointDistance(int numSamples) const;
+    // Points per unit area: the mean of the per-point densities of 1000
+    // evenly spread points, within four times the average point distance.
+    double density() const;
+    // Unit normals of the surface patches around the valid points, oriented
+    // towards +Z; a point without a surface-like neighbourhood gets an
+    // invalid normal. A radius of magnitude below 1e-8 means the average
+    // point distance; a negative one is a multiple of it.
+    void computeNormals(double radius);
+    // Per point: the mean turn of the neighbours' normals per unit distance,
+    // which is 1/R on a sphere of radius R and 0 on a plane. Normals are
+    // computed first when the cloud has none. Invalid points, points without
+    // a valid normal and points without a neighbour give the invalid marker.
+    void computePointCurvatures(double *out, double radius);
+    // Per point: the points within radius, itself included, per unit area of
+    // a disc of that radius; the invalid marker for invalid points and for a
+    // radius that is not positive.
+    void computePointDensities(double *out, double radius) const;
+    // Per point: the other points within radius; 0 for invalid points.
+    void computeNumNeighbors(int *out, double radius) const;
+    // Invalidates the valid points with fewer than minNeighbors neighbours
+    // within radius; returns how many.
+    int cleanOutliers(double radius, int minNeighbors);
+    // Invalidates the valid points whose density within radius is below
+    // threshold; returns how many.
+    int cleanSparsePoints(double threshold, double radius);
+    // Invalidates the valid points whose normal is further than maxAngle from
+    // the view direction, either way round; normals are computed first when
+    // the cloud has none. Returns how many. Does nothing for angles of 90
+    // degrees or more and for a null or invalid direction.
+    int cleanSteepPoints(double maxAngle, const MVector3d &viewDirection);
+    // Moves each valid point towards the Gaussian-weighted mean of its
+    // neighbours within sigma, by strength in [0, 1]; a negative strength does
+    // nothing. Invalid points come out with the marker in all coordinates.
+    void filterGauss(double sigma, double strength);
+    // Moves each valid point along its normal by the mean height of its
+    // neighbours within sigma over its tangent plane, weighted by distance
+    // and by height against sigmaNormal, so that edges survive. Normals are
+    // computed first when the cloud has none; a sigmaNormal that is not
+    // positive does nothing.
+    void filterBilateral(double sigma, double sigmaNormal);
+    // The cloud becomes subsampled(step); a refused step leaves it as it is.
+    void decimateBySubsampling(int step);
+    // Keeps, in array order, each valid point that lies at least distance from
+    // every point kept before it. With keepOrganization the dropped points are
+    // invalidated in place; otherwise the kept points form a new unorganised
+    // cloud. A kept point that stands for fewer than minPoints points (itself
+    // and those dropped for it) is dropped too, which takes out isolated noise.
+    void decimateByMinimumPointDistance(double distance, bool keepOrganization, int minPoints);
+    // Replaces the cloud by one point per occupied cube of a grid of edge
+    // voxelSize anchored at the cloud's minimum corner: with keepAverage the
+    // mean of the cube's points (colours and normals averaged too), in the
+    // order in which the cubes were first met; otherwise the first maxPerVoxel
+    // points of each cube, unchanged and in array order. A size of 0 means the
+    // average point distance.
+    void decimateVoxelBased(double voxelSize, bool keepAverage, int maxPerVoxel);
+    // Mean of numPointsToAverage valid points at the low end (or with maximum
+    // the high end) of one coordinate, after numPointsToIgnore points at that
+    // end are passed over; invalid when no point is left to average.
+    MVector3d extremePoint(int coordinate, bool maximum, int numPointsToAverage, int numPointsToIgnore) const;
+    // Appends the valid points of other. Colours are appended only when both
+    // clouds have one per point, and normals likewise.
+    void integrate(const MPointCloud &other);
+    MPointCloud &operator+=(const MPointCloud &other)
+    {
+        integrate(other);
+        return *this;
+    }
+
+private:
+    // The processing forms on a tree built from this cloud's points, so that
+    // callers that need several of them search one tree.
+    double averagePointDistance(const MKdTree &tree, int numSamples) const;
+    void computeNormals(const MKdTree &tree, double radius);
+    void computePointCurvatures(const MKdTree &tree, double *out, double radius);
+    // A negative distance becomes that multiple of averagePointDistance(tree, 1000).
+    double absoluteDistance(const MKdTree &tree, double distance) const;
+
+    static bool isIndex(int i, int count) { return static_cast<unsigned>(i) < static_cast<unsigned>(count); }
+    // Linear index of a grid element, or -1 when row or col is off the grid.
+    int gridIndex(int row, int col) const
+    {
+        if (row < 0 || row >= m_height || col < 0 || col >= m_width)
+            return -1;
+        const long long index = static_cast<long long>(row) * m_width + col;
+        return index <= 0x7fffffff ? static_cast<int>(index) : -1;
+    }
+    bool colorsAligned() const { return numColors() == numPoints(); }
+    bool normalsAligned() const { return numNormals() == numPoints(); }
+    // Sizes the arrays of a fresh result cloud.
+    void allocate(int n, bool withColors, bool withNormals);
+    // Copies the valid points of src[first, last) to this cloud from index
+    // at on, into arrays already large enough; returns the next free index.
+    int appendValidPoints(const MPointCloud &src, int first, int last, int at);
+
+    static void raiseIndexFailure();
+    static MVector3d &writablePointFallback();
+
+    MVector3dArray m_points;
+    MColorArray m_colors;
+    MVector3fArray m_normals;
+    int m_height;
+    int m_width;
+};
+
+// A transformed copy of the cloud.
+ZOL3D_API MPointCloud operator*(const MMatrix4 &m, const MPointCloud &cloud);
+
+} // namespace ZOLAR3D

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "MPointCloud.h"
+#include "MTypedArray.h"
+
+ZOL3D_TYPED_ARRAY(MPointCloudArray, MPointCloud);
