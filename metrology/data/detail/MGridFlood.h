@@ -2,14 +2,13 @@
 
 #include "MRegions.h"
 
-#include <cstddef>
 #include <vector>
 
 namespace ZOLAR3D::detail {
 
-// The breadth-first flood behind the connectivity of region grids and range
-// images. The elements of a width x height grid are joined across the edges
-// to their four neighbours that `links` allows:
+// The flood behind the connectivity of region grids and range images. The
+// elements of a width x height grid are joined across the edges to their
+// four neighbours that `links` allows:
 //   links.member(i)      whether element i takes part at all;
 //   links.rightOf(i)     whether i is joined to i + 1 (same row);
 //   links.below(i)       whether i is joined to i + width.
@@ -18,17 +17,31 @@ namespace ZOLAR3D::detail {
 // library has always scanned that way, and its region numbers depend on it.
 // Afterwards the elements of regions with fewer than minSize elements lose
 // their label, while the emptied regions keep their numbers.
+//
+// A region is filled run by run along the rows rather than element by
+// element: the runs keep memory access sequential on large grids. The
+// regions and their numbers depend only on the scan that starts them, not
+// on the order in which a region is filled.
 template <class Links>
 MRegions floodGrid(int width, int height, const Links &links, int minSize)
 {
     MRegions result(width, height);
-    // A FIFO on a vector: the worked-off front is cut away once it makes up
-    // half of the storage, so the memory follows the front, not the region.
-    std::vector<int> queue;
-    std::size_t head = 0;
-    const auto enqueue = [&](int element, int region) {
-        result.addToRegion(element, region);
-        queue.push_back(element);
+    struct Run {
+        int first, last, row;
+    };
+    std::vector<Run> pending;
+    // Labels the longest unlabelled run through (x, y) along joined edges
+    // and queues it for the look at the rows above and below.
+    const auto fillRun = [&](int x, int y, int region) {
+        const int rowStart = y * width;
+        int first = x, last = x;
+        while (first > 0 && result[rowStart + first - 1] < 0 && links.rightOf(rowStart + first - 1))
+            --first;
+        while (last + 1 < width && result[rowStart + last + 1] < 0 && links.rightOf(rowStart + last))
+            ++last;
+        for (int c = first; c <= last; ++c)
+            result.addToRegion(rowStart + c, region);
+        pending.push_back({first, last, y});
     };
     for (int row = 0; row < height; ++row) {
         for (int col = 0; col + 1 < width; ++col) {
@@ -36,26 +49,18 @@ MRegions floodGrid(int width, int height, const Links &links, int minSize)
             if (!links.member(seed) || result[seed] >= 0)
                 continue;
             const int region = result.addRegion();
-            queue.clear();
-            head = 0;
-            enqueue(seed, region);
-            while (head < queue.size()) {
-                const int i = queue[head++];
-                if (2 * head > queue.size() && head > 4096) {
-                    queue.erase(queue.begin(), queue.begin() + std::ptrdiff_t(head));
-                    head = 0;
+            fillRun(col, row, region);
+            while (!pending.empty()) {
+                const Run run = pending.back();
+                pending.pop_back();
+                const int rowStart = run.row * width;
+                for (int c = run.first; c <= run.last; ++c) {
+                    const int i = rowStart + c;
+                    if (run.row > 0 && result[i - width] < 0 && links.below(i - width))
+                        fillRun(c, run.row - 1, region);
+                    if (run.row + 1 < height && result[i + width] < 0 && links.below(i))
+                        fillRun(c, run.row + 1, region);
                 }
-                const int x = i % width;
-                const int y = i / width;
-                // Left, up, down, right.
-                if (x > 0 && result[i - 1] < 0 && links.rightOf(i - 1))
-                    enqueue(i - 1, region);
-                if (y > 0 && result[i - width] < 0 && links.below(i - width))
-                    enqueue(i - width, region);
-                if (y + 1 < height && result[i + width] < 0 && links.below(i))
-                    enqueue(i + width, region);
-                if (x + 1 < width && result[i + 1] < 0 && links.rightOf(i))
-                    enqueue(i + 1, region);
             }
         }
     }

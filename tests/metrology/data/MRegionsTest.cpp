@@ -78,7 +78,7 @@ MRegions randomRegions(std::mt19937 &rng, int width, int height, int numRegions,
 }
 
 // Grid shapes that reach every border case: single rows and columns too.
-const int Shapes[][2] = {{1, 1}, {1, 7}, {7, 1}, {2, 2}, {5, 3}, {3, 5}, {9, 8}, {16, 11}};
+const int Shapes[][2] = {{1, 1}, {1, 7}, {7, 1}, {2, 2}, {5, 3}, {3, 5}, {9, 8}, {16, 11}, {64, 48}};
 
 TEST(MRegions, ConstructionGivesUnlabelledElements)
 {
