@@ -55,8 +55,10 @@ void storeWidened(MVector3dArray &points, int start, const MVector3f *src, int n
     storeTriples(points, start, src ? src->data() : nullptr, n);
 }
 
-// One element of a sub-cloud: element `to` of the result takes element
-// `from` of the source. Colours and normals are null when not carried.
+// Element copies between two clouds, or within one. Which of colours and
+// normals travel is fixed at compile time, so that the per-element loops
+// carry no test of it.
+template <bool WithColors, bool WithNormals>
 struct ElementCopy {
     const MVector3d *srcPoints;
     const MColor *srcColors;
@@ -65,20 +67,66 @@ struct ElementCopy {
     MColor *colors;
     MVector3f *normals;
 
-    // An invalid source point arrives with the marker in x, so that a NaN
-    // point reads as invalid through x alone like every other one.
+    bool isValid(std::size_t from) const { return srcPoints[from].isValid(); }
+
+    // Element `to` takes element `from` as it stands; to <= from is allowed
+    // within one cloud.
+    void copyValid(std::size_t from, std::size_t to) const
+    {
+        points[to] = srcPoints[from];
+        copyAttributes(from, to);
+    }
+
+    // The same for any point: an invalid one arrives with the marker in x,
+    // so that a NaN point reads as invalid through x alone like every other.
     void operator()(std::size_t from, std::size_t to) const
     {
         MVector3d p = srcPoints[from];
         if (!p.isValid())
             p.invalidate();
         points[to] = p;
-        if (colors)
+        copyAttributes(from, to);
+    }
+
+private:
+    void copyAttributes(std::size_t from, std::size_t to) const
+    {
+        if constexpr (WithColors)
             colors[to] = srcColors[from];
-        if (normals)
+        if constexpr (WithNormals)
             normals[to] = srcNormals[from];
     }
 };
+
+// Calls body with the element copy from src to dst that carries colours and
+// normals as asked; dst must already hold the elements to be written.
+template <class Body>
+void withElementCopy(const MPointCloud &src, MPointCloud &dst, bool withColors, bool withNormals, Body body)
+{
+    auto run = [&](auto copy) {
+        copy = {src.points(), src.colors(), src.normals(), dst.points(), dst.colors(), dst.normals()};
+        body(copy);
+    };
+    if (withColors && withNormals)
+        run(ElementCopy<true, true>());
+    else if (withColors)
+        run(ElementCopy<true, false>());
+    else if (withNormals)
+        run(ElementCopy<false, true>());
+    else
+        run(ElementCopy<false, false>());
+}
+
+// Copies the valid points of [first, last) to consecutive elements from at
+// on; returns the next free element.
+template <class Copy>
+int copyValidPoints(const Copy &copy, int first, int last, int at)
+{
+    for (int i = first; i < last; ++i)
+        if (copy.isValid(i))
+            copy.copyValid(i, at++);
+    return at;
+}
 
 } // namespace
 
@@ -258,29 +306,18 @@ void MPointCloud::applyTransformation(const MMatrix4 &m)
 int MPointCloud::removeInvalidPoints()
 {
     const int n = numPoints();
-    MVector3d *p = points();
-    MColor *c = colorsAligned() ? colors() : nullptr;
-    MVector3f *normal = normalsAligned() ? normals() : nullptr;
+    // Colours and normals of another length never matched the points; they
+    // are left as they are.
+    const bool withColors = colorsAligned();
+    const bool withNormals = normalsAligned();
     int kept = 0;
-    for (int i = 0; i < n; ++i) {
-        if (!p[i].isValid())
-            continue;
-        if (kept != i) {
-            p[kept] = p[i];
-            if (c)
-                c[kept] = c[i];
-            if (normal)
-                normal[kept] = normal[i];
-        }
-        ++kept;
-    }
+    withElementCopy(*this, *this, withColors, withNormals, [&](const auto &copy) { kept = copyValidPoints(copy, 0, n, 0); });
     if (kept == n)
         return n;
     m_points.resize(kept);
-    // Arrays of another length never matched the points; they stay as they are.
-    if (c)
+    if (withColors)
         m_colors.resize(kept);
-    if (normal)
+    if (withNormals)
         m_normals.resize(kept);
     m_height = 0;
     m_width = 0;
@@ -334,26 +371,6 @@ void MPointCloud::allocate(int n, bool withColors, bool withNormals)
         m_normals.resize(n);
 }
 
-namespace {
-
-ElementCopy elementCopy(const MPointCloud &src, MPointCloud &dst)
-{
-    return {src.points(), src.colors(), src.normals(), dst.points(),
-            dst.numColors() ? dst.colors() : nullptr, dst.numNormals() ? dst.normals() : nullptr};
-}
-
-} // namespace
-
-int MPointCloud::appendValidPoints(const MPointCloud &src, int first, int last, int at)
-{
-    const ElementCopy copy = elementCopy(src, *this);
-    const MVector3d *p = src.points();
-    for (int i = first; i < last; ++i)
-        if (p[i].isValid())
-            copy(i, at++);
-    return at;
-}
-
 MPointCloud MPointCloud::subset(int first, int last) const
 {
     first = std::max(first, 0);
@@ -361,18 +378,24 @@ MPointCloud MPointCloud::subset(int first, int last) const
     MPointCloud result;
     if (first >= last)
         return result;
-    result.allocate(last - first, colorsAligned(), normalsAligned());
-    result.resize(result.appendValidPoints(*this, first, last, 0));
+    const bool withColors = colorsAligned(), withNormals = normalsAligned();
+    result.allocate(last - first, withColors, withNormals);
+    int kept = 0;
+    withElementCopy(*this, result, withColors, withNormals, [&](const auto &copy) { kept = copyValidPoints(copy, first, last, 0); });
+    result.resize(kept);
     return result;
 }
 
 MPointCloud MPointCloud::operator+(const MPointCloud &other) const
 {
+    const bool withColors = colorsAligned() && other.colorsAligned();
+    const bool withNormals = normalsAligned() && other.normalsAligned();
     MPointCloud result;
-    result.allocate(detail::representableCount(std::int64_t(numPoints()) + other.numPoints()),
-                    colorsAligned() && other.colorsAligned(), normalsAligned() && other.normalsAligned());
-    const int kept = result.appendValidPoints(*this, 0, numPoints(), 0);
-    result.resize(result.appendValidPoints(other, 0, other.numPoints(), kept));
+    result.allocate(detail::representableCount(std::int64_t(numPoints()) + other.numPoints()), withColors, withNormals);
+    int kept = 0;
+    withElementCopy(*this, result, withColors, withNormals, [&](const auto &copy) { kept = copyValidPoints(copy, 0, numPoints(), 0); });
+    withElementCopy(other, result, withColors, withNormals, [&](const auto &copy) { kept = copyValidPoints(copy, 0, other.numPoints(), kept); });
+    result.resize(kept);
     return result;
 }
 
@@ -397,13 +420,14 @@ MPointCloud MPointCloud::roi(int row, int col, int numRows, int numCols) const
     MPointCloud result;
     result.allocate(rows * cols, hasColors(), hasNormals());
     result.setOrganized2d(rows, cols);
-    const ElementCopy copy = elementCopy(*this, result);
-    std::size_t to = 0;
-    for (int r = 0; r < rows; ++r) {
-        const std::size_t rowStart = static_cast<std::size_t>(row0 + r) * m_width + col0;
-        for (int c = 0; c < cols; ++c)
-            copy(rowStart + c, to++);
-    }
+    withElementCopy(*this, result, hasColors(), hasNormals(), [&](const auto &copy) {
+        std::size_t to = 0;
+        for (int r = 0; r < rows; ++r) {
+            const std::size_t rowStart = static_cast<std::size_t>(row0 + r) * m_width + col0;
+            for (int c = 0; c < cols; ++c)
+                copy(rowStart + c, to++);
+        }
+    });
     return result;
 }
 
@@ -412,26 +436,24 @@ MPointCloud MPointCloud::subsampled(int step) const
     if (step < 1)
         return MFailure::raise("MPointCloud::subsampled(): parameter out of range!", MPointCloud());
     auto samples = [step](int count) { return count > 0 ? (count - 1) / step + 1 : 0; };
+    const bool organized = isOrganized2d();
+    // An unorganised cloud is sampled as one row.
+    const int rows = organized ? samples(m_height) : 1;
+    const int cols = samples(organized ? m_width : numPoints());
+    const std::size_t rowStride = organized ? static_cast<std::size_t>(step) * m_width : 0;
+
     MPointCloud result;
-    if (isOrganized2d()) {
-        const int rows = samples(m_height);
-        const int cols = samples(m_width);
-        result.allocate(rows * cols, hasColors(), hasNormals());
+    result.allocate(rows * cols, hasColors(), hasNormals());
+    if (organized)
         result.setOrganized2d(rows, cols);
-        const ElementCopy copy = elementCopy(*this, result);
+    withElementCopy(*this, result, hasColors(), hasNormals(), [&](const auto &copy) {
         std::size_t to = 0;
         for (int r = 0; r < rows; ++r) {
-            const std::size_t rowStart = static_cast<std::size_t>(r) * step * m_width;
+            const std::size_t rowStart = r * rowStride;
             for (int c = 0; c < cols; ++c)
                 copy(rowStart + static_cast<std::size_t>(c) * step, to++);
         }
-    } else {
-        const int count = samples(numPoints());
-        result.allocate(count, hasColors(), hasNormals());
-        const ElementCopy copy = elementCopy(*this, result);
-        for (int i = 0; i < count; ++i)
-            copy(static_cast<std::size_t>(i) * step, i);
-    }
+    });
     return result;
 }
 

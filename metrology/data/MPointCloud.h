@@ -21,6 +21,10 @@ class MKdTree;
 // Invalid points stay in the array so that a grid keeps its shape. Colours
 // and normals count only when their array has one entry per point; an array
 // of any other length is kept but treated as absent.
+//
+// This is the one declaration of the class: processing, selections, file
+// input and output and fits are members too, each group defined in its own
+// source file.
 class ZOL3D_API MPointCloud {
 public:
     // Construction and copying
@@ -201,10 +205,12 @@ public:
     // Drops invalid points with their colours and normals; returns the
     // number of points kept.
     int removeInvalidPoints();
+    // removeInvalidPoints(), keeping the storage for refilling.
     int compressMemory();
     // Invalidates valid points with a coordinate beyond +-range; returns how many.
     int cleanPointsOutsideRange(double range);
-    // Mirrors the grid: element (row, col) moves to (col, row).
+    // Mirrors the grid: point (row, col) moves to (col, row). Colours and
+    // normals keep their order.
     void transpose();
 
     // Sub-clouds. Each takes colours and normals along when their array has
@@ -346,9 +352,6 @@ private:
     bool normalsAligned() const { return numNormals() == numPoints(); }
     // Sizes the arrays of a fresh result cloud.
     void allocate(int n, bool withColors, bool withNormals);
-    // Copies the valid points of src[first, last) to this cloud from index
-    // at on, into arrays already large enough; returns the next free index.
-    int appendValidPoints(const MPointCloud &src, int first, int last, int at);
 
     static void raiseIndexFailure();
     static MVector3d &writablePointFallback();

@@ -90,6 +90,16 @@ TEST(MPointCloud, GridElementHasRowTimesWidthPlusColumnIndex)
     EXPECT_TRUE(cloud.isOrganized2d());
     EXPECT_EQ(cloud.point(1, 2), cloud.point(5));
     EXPECT_EQ(cloud.point(1, 0), cloud.point(3));
+    cloud.resizeColors(6, MColor::Gray);
+    cloud.resizeNormals(6);
+    cloud.setColor(1, 1, MColor::Red);
+    cloud.setNormal(0, 2, MVector3f(0, 0, 1));
+    cloud.setPoint(1, 1, MVector3d(7, 7, 7));
+    EXPECT_EQ(cloud.color(4), MColor::Red);
+    EXPECT_EQ(cloud.normal(2), MVector3f(0, 0, 1));
+    EXPECT_EQ(cloud.normal(0, 2), MVector3f(0, 0, 1));
+    EXPECT_EQ(cloud.color(1, 1), MColor::Red);
+    EXPECT_EQ(cloud[4], MVector3d(7, 7, 7));
 
     cloud.add(MVector3d(1, 2, 3));
     EXPECT_FALSE(cloud.isOrganized2d());
@@ -449,14 +459,6 @@ TEST(MPointCloud, BulkFormsReadTheirOwnStorageSafely)
     ASSERT_EQ(cloud.numPoints(), 2);
     EXPECT_EQ(cloud.point(0), MVector3d(1, 10, 100));
     EXPECT_EQ(cloud.point(1), MVector3d(2, 20, 200));
-}
-
-TEST(MPointCloud, InitSetsEveryPoint)
-{
-    MPointCloud cloud(4);
-    cloud.init(MVector3d(1, 2, 3));
-    EXPECT_EQ(cloud.numValidPoints(), 4);
-    EXPECT_EQ(cloud.point(3), MVector3d(1, 2, 3));
 }
 
 // ---- Values and simple edits
