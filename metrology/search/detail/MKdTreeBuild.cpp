@@ -1,6 +1,7 @@
 #include "metrology/search/detail/MKdTreeImpl.h"
 #include "metrology/search/detail/MSmallStack.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <memory>
@@ -49,8 +50,14 @@ void extendBox(Node &node, const double lo[3], const double hi[3])
     }
 }
 
-// The list of one node under construction: a range of the index list, where
-// the node is to be hung, and whether all its points are known to coincide.
+template <class Point>
+MVector3d toVector3d(const Point &p)
+{
+    return {double(p.x()), double(p.y()), double(p.z())};
+}
+
+// The list of one node under construction: a range of the list, where the
+// node is to be hung, and whether all its points are known to coincide.
 struct BuildTask {
     int begin;
     int end;
@@ -58,36 +65,142 @@ struct BuildTask {
     bool coincident;
 };
 
+// The list as positions in the caller's array. Lists of the upper levels are
+// too long for the caches anyway; their points are read where they are.
 template <class Point>
-MVector3d toVector3d(const Point &p)
+class IndexedList {
+public:
+    IndexedList(const Point *points, int *list, int *spill) : m_points(points), m_list(list), m_spill(spill) {}
+
+    MVector3d point(int i) const { return toVector3d(m_points[m_list[i]]); }
+    int index(int i) const { return m_list[i]; }
+
+    // Points below the split value go left, all others right, each side
+    // keeping the list order. Every entry is written to both sides and only
+    // one side advances, because the side is a coin flip that a branch would
+    // mispredict. Returns where the right side starts.
+    int distribute(int begin, int end, int axis, double split)
+    {
+        int left = begin;
+        int right = 0;
+        for (int i = begin; i < end; ++i) {
+            const int entry = m_list[i];
+            const bool goesLeft = split > double(m_points[entry][axis]);
+            m_list[left] = entry;
+            m_spill[right] = entry;
+            left += goesLeft;
+            right += !goesLeft;
+        }
+        std::copy(m_spill, m_spill + right, m_list + left);
+        return left;
+    }
+
+private:
+    const Point *m_points;
+    int *m_list;
+    int *m_spill;
+};
+
+// A copy of a short list's points and indices, moved along with the list, so
+// that the rest of the subtree is built within the caches.
+struct CompactPoint {
+    double coordinates[3];
+    int index;
+};
+
+class CompactList {
+public:
+    // Lists of this length and shorter are copied; the two buffers fit in the
+    // second-level cache of current processors.
+    static constexpr int MaxLength = 1 << 15;
+
+    CompactList() : m_points(new CompactPoint[MaxLength]), m_spill(new CompactPoint[MaxLength]) {}
+
+    template <class Source>
+    void copy(const Source &source, int begin, int end)
+    {
+        for (int i = begin; i < end; ++i) {
+            const MVector3d p = source.point(i);
+            m_points[i - begin] = {{p.x(), p.y(), p.z()}, source.index(i)};
+        }
+    }
+
+    MVector3d point(int i) const
+    {
+        const double *c = m_points[i].coordinates;
+        return {c[0], c[1], c[2]};
+    }
+    int index(int i) const { return m_points[i].index; }
+
+    int distribute(int begin, int end, int axis, double split)
+    {
+        int left = begin;
+        int right = 0;
+        for (int i = begin; i < end; ++i) {
+            const CompactPoint entry = m_points[i];
+            const bool goesLeft = split > entry.coordinates[axis];
+            m_points[left] = entry;
+            m_spill[right] = entry;
+            left += goesLeft;
+            right += !goesLeft;
+        }
+        std::copy(m_spill.get(), m_spill.get() + right, m_points.get() + left);
+        return left;
+    }
+
+private:
+    std::unique_ptr<CompactPoint[]> m_points;
+    std::unique_ptr<CompactPoint[]> m_spill;
+};
+
+// What one pass over a node's list gathers: the bounds of all its points and,
+// for the points left after the bucket's share, their sum relative to the
+// first of them, which keeps the digits of clouds far from the origin and
+// makes the mean of equal values exact.
+struct ListScan {
+    double lo[3];
+    double hi[3];
+    MVector3d origin;
+    double sum[3] = {0.0, 0.0, 0.0};
+
+    bool coincident() const { return lo[0] == hi[0] && lo[1] == hi[1] && lo[2] == hi[2]; }
+};
+
+template <class Source>
+ListScan scanList(const Source &source, int begin, int rest, int end)
 {
-    return {double(p.x()), double(p.y()), double(p.z())};
+    ListScan scan;
+    const MVector3d first = source.point(begin);
+    for (int axis = 0; axis < 3; ++axis)
+        scan.lo[axis] = scan.hi[axis] = first[axis];
+    scan.origin = source.point(rest < end ? rest : begin);
+    for (int i = begin + 1; i < end; ++i) {
+        const MVector3d p = source.point(i);
+        for (int axis = 0; axis < 3; ++axis) {
+            scan.lo[axis] = std::min(scan.lo[axis], p[axis]);
+            scan.hi[axis] = std::max(scan.hi[axis], p[axis]);
+            if (i >= rest)
+                scan.sum[axis] += p[axis] - scan.origin[axis];
+        }
+    }
+    return scan;
 }
 
 // The axis of largest spread and its mean. The means are taken over the
 // points left after the bucket's share, but the squared deviations from them
 // over the whole list, the bucket's share included; the axis choice depends
 // on that asymmetry and keeps it.
-template <class Point>
-void chooseSplit(const Point *points, const int *list, int begin, int rest, int end, Node &node)
+template <class Source>
+void chooseSplit(const Source &source, int begin, int rest, int end, const ListScan &scan, Node &node)
 {
-    // Summed relative to the first remaining point, which keeps the digits of
-    // clouds far from the origin and makes the mean of equal values exact.
     const int remaining = end - rest;
-    const MVector3d origin = toVector3d(points[list[rest]]);
-    double mean[3] = {0.0, 0.0, 0.0};
-    for (int i = rest; i < end; ++i) {
-        const Point &p = points[list[i]];
-        mean[0] += p.x() - origin[0];
-        mean[1] += p.y() - origin[1];
-        mean[2] += p.z() - origin[2];
-    }
+    double mean[3];
     for (int axis = 0; axis < 3; ++axis)
-        mean[axis] = origin[axis] + mean[axis] / remaining;
+        mean[axis] = scan.origin[axis] + scan.sum[axis] / remaining;
 
     double spread[3] = {0.0, 0.0, 0.0};
     for (int i = begin; i < end; ++i) {
-        const Point &p = points[list[i]];
+        const MVector3d p = source.point(i);
         const double dx = p.x() - mean[0], dy = p.y() - mean[1], dz = p.z() - mean[2];
         spread[0] += dx * dx;
         spread[1] += dy * dy;
@@ -105,52 +218,49 @@ void chooseSplit(const Point *points, const int *list, int begin, int rest, int 
     node.splitValue = mean[axis];
 }
 
-// Points below the split value go left, all others right, each side keeping
-// the list order. Returns where the right side starts.
-template <class Point>
-int distribute(const Point *points, int *list, int *spill, int begin, int end, const Node &node)
+// Depth first with an explicit stack, left before right, so that the nodes lie
+// in the blocks in the order of a depth-first walk and a degenerate tree (many
+// equal points make a long chain) cannot exhaust the call stack. A task that
+// handOff takes is built by it, in the same order.
+template <class Source, class NewNode, class HandOff>
+void buildNodes(Source &source, const BuildTask &top, NewNode newNode, HandOff handOff)
 {
-    const int axis = node.splitAxis;
-    const double split = node.splitValue;
-    int left = begin;
-    int right = 0;
-    for (int i = begin; i < end; ++i) {
-        const int index = list[i];
-        if (split > double(points[index][axis]))
-            list[left++] = index;
-        else
-            spill[right++] = index;
-    }
-    std::copy(spill, spill + right, list + left);
-    return left;
-}
-
-// Box over the whole list, bucket from its front; returns the end of the
-// bucket's share. Finds out whether all points of the list coincide, unless
-// that is known already.
-template <class Point>
-int fillNode(const Point *points, const int *list, int begin, int end, Node &node, bool &coincident)
-{
-    const MVector3d first = toVector3d(points[list[begin]]);
-    double lo[3], hi[3];
-    for (int axis = 0; axis < 3; ++axis)
-        lo[axis] = hi[axis] = first[axis];
-    if (!coincident) {
-        for (int i = begin + 1; i < end; ++i) {
-            const MVector3d p = toVector3d(points[list[i]]);
-            for (int axis = 0; axis < 3; ++axis) {
-                lo[axis] = std::min(lo[axis], p[axis]);
-                hi[axis] = std::max(hi[axis], p[axis]);
-            }
+    MSmallStack<BuildTask, 64> tasks;
+    tasks.push(top);
+    while (!tasks.isEmpty()) {
+        const BuildTask task = tasks.pop();
+        if (handOff(task))
+            continue;
+        Node *node = *task.slot = newNode();
+        const int rest = std::min(task.end, task.begin + BucketSize);
+        ListScan scan;
+        if (task.coincident) {
+            const MVector3d p = source.point(task.begin);
+            extendBox(*node, p.data(), p.data());
+        } else {
+            scan = scanList(source, task.begin, rest, task.end);
+            extendBox(*node, scan.lo, scan.hi);
         }
-        coincident = lo[0] == hi[0] && lo[1] == hi[1] && lo[2] == hi[2];
+        for (int i = task.begin; i < rest; ++i)
+            node->add(source.point(i), source.index(i));
+        if (rest == task.end)
+            continue;
+        if (task.coincident || scan.coincident()) {
+            // What the general rule gives for equal points (no spread, so the
+            // x axis, and nothing below the mean), without its passes over the
+            // list: a long run of equal points would make them quadratic.
+            node->splitAxis = 0;
+            node->splitValue = node->x[0];
+            tasks.push({rest, task.end, &node->right, true});
+            continue;
+        }
+        chooseSplit(source, task.begin, rest, task.end, scan, *node);
+        const int middle = source.distribute(rest, task.end, node->splitAxis, node->splitValue);
+        if (middle < task.end)
+            tasks.push({middle, task.end, &node->right, false});
+        if (rest < middle)
+            tasks.push({rest, middle, &node->left, false});
     }
-    extendBox(node, lo, hi);
-
-    const int rest = std::min(end, begin + BucketSize - node.count);
-    for (int i = begin; i < rest; ++i)
-        node.bucket[node.count++] = {toVector3d(points[list[i]]), list[i]};
-    return rest;
 }
 
 } // namespace
@@ -185,9 +295,6 @@ void MKdTree::Impl::from(const MVector3f *points, int count)
     numPoints = count;
 }
 
-// Depth first with an explicit stack, left before right, so that the nodes lie
-// in the blocks in the order of a depth-first walk and a degenerate tree (many
-// equal points make a long chain) cannot exhaust the call stack.
 template <class Point>
 void MKdTree::Impl::build(const Point *points, int count)
 {
@@ -203,31 +310,18 @@ void MKdTree::Impl::build(const Point *points, int count)
     }
 
     std::unique_ptr<int[]> spill(new int[valid]);
-    MSmallStack<BuildTask, 64> tasks;
-    tasks.push({0, valid, &root, false});
-    while (!tasks.isEmpty()) {
-        const BuildTask task = tasks.pop();
-        Node *node = *task.slot = newNode();
-        bool coincident = task.coincident;
-        const int rest = fillNode(points, list.get(), task.begin, task.end, *node, coincident);
-        if (rest == task.end)
-            continue;
-        if (coincident) {
-            // What the general rule gives for equal points (no spread, so the x
-            // axis, and nothing below the mean), without its passes over the
-            // list: a long run of equal points would make them quadratic.
-            node->splitAxis = 0;
-            node->splitValue = node->bucket[0].position.x();
-            tasks.push({rest, task.end, &node->right, true});
-            continue;
-        }
-        chooseSplit(points, list.get(), task.begin, rest, task.end, *node);
-        const int middle = distribute(points, list.get(), spill.get(), rest, task.end, *node);
-        if (middle < task.end)
-            tasks.push({middle, task.end, &node->right, false});
-        if (rest < middle)
-            tasks.push({rest, middle, &node->left, false});
-    }
+    IndexedList<Point> indexed(points, list.get(), spill.get());
+    CompactList compact;
+    auto newNode = [this] { return this->newNode(); };
+    auto never = [](const BuildTask &) { return false; };
+    buildNodes(indexed, BuildTask{0, valid, &root, false}, newNode, [&](const BuildTask &task) {
+        const int length = task.end - task.begin;
+        if (length > CompactList::MaxLength)
+            return false;
+        compact.copy(indexed, task.begin, task.end);
+        buildNodes(compact, BuildTask{0, length, task.slot, task.coincident}, newNode, never);
+        return true;
+    });
 }
 
 void MKdTree::Impl::insert(const MVector3d &point)
@@ -246,7 +340,7 @@ void MKdTree::Impl::insert(const MVector3d &point)
     for (;;) {
         extendBox(*node, p, p);
         if (node->count < BucketSize) {
-            node->bucket[node->count++] = {point, index};
+            node->add(point, index);
             return;
         }
         // The split follows the box as it grows and is recomputed on every

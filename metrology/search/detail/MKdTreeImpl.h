@@ -16,22 +16,34 @@ public:
     static constexpr int BucketSize = 8;
     static constexpr int InsertBlockSize = 10000;
 
-    struct Entry {
-        MVector3d position;
-        int index = -1;
-    };
-
+    // The box and the links come first and the bucket is kept as separate
+    // coordinate arrays: a box test reads one cache line, and a bucket scan
+    // that rejects its points on x reads little more. Slots beyond count hold
+    // index -1.
     struct Node {
-        Entry bucket[BucketSize];
-        int count = 0;
-        int splitAxis = -1;
-        double splitValue = 0.0;
         // Rounded outwards from the points, so a box always holds its points
         // exactly and the queries lose nothing at the box edges.
         MVector3f boxMin;
         MVector3f boxMax;
+        int count = 0;
+        int splitAxis = -1;
+        double splitValue = 0.0;
         Node *left = nullptr;
         Node *right = nullptr;
+        // Unused slots hold zeros, so that whole buckets can be computed at once.
+        double x[BucketSize] = {};
+        double y[BucketSize] = {};
+        double z[BucketSize] = {};
+        int index[BucketSize] = {-1, -1, -1, -1, -1, -1, -1, -1};
+
+        MVector3d position(int slot) const { return {x[slot], y[slot], z[slot]}; }
+        void add(const MVector3d &p, int pointIndex)
+        {
+            x[count] = p.x();
+            y[count] = p.y();
+            z[count] = p.z();
+            index[count++] = pointIndex;
+        }
     };
 
     Node *root = nullptr;

@@ -274,6 +274,28 @@ TEST(MKdTree, NearestNeighborMatchesBruteForce)
     }
 }
 
+TEST(MKdTree, LargeCloudsMatchBruteForce)
+{
+    // Long lists are built from the caller's array, short ones from a copy;
+    // both must give a tree that finds the same points.
+    std::vector<MVector3d> points = randomPoints(90000, 53, 1.0, -0.5);
+    const std::vector<MVector3d> copies(points.begin(), points.begin() + 10000);
+    points.insert(points.end(), copies.begin(), copies.end());
+    MKdTree tree;
+    tree.from(points.data(), int(points.size()));
+    std::vector<MVector3d> queries = queriesFor(points, 8);
+    queries.resize(60);
+    for (const MVector3d &q : queries) {
+        const Found found = allNeighbors(tree, q, 0.03, 1000);
+        EXPECT_EQ(sorted(found.indices), bruteBall(points, q, 0.03));
+        expectPointsMatchIndices(found, points);
+        MVector3d nearest;
+        ASSERT_TRUE(tree.findNearestNeighbor(q, 1.0, &nearest, nullptr, false));
+        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
+    }
+    EXPECT_EQ(tree.findAllNeighbors(MVector3d::Zero, 2.0, int(points.size()), nullptr, nullptr), int(points.size()));
+}
+
 TEST(MKdTree, NearestNeighborTieGoesToTheLastVisited)
 {
     const MVector3d points[] = {{-1, 0, 0}, {1, 0, 0}, {0, 5, 0}};
