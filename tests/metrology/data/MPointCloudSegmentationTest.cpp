@@ -1,6 +1,7 @@
 #include "MAngle.h"
 #include "MPointCloud.h"
 #include "MRegions.h"
+#include "RegionsSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <random>
 #include <vector>
 
@@ -39,26 +39,8 @@ void addSphere(MPointCloud &cloud, int n, double radius, const MVector3d &centre
     }
 }
 
-std::vector<int> labelsOf(const MRegions &regions)
-{
-    std::vector<int> labels(std::size_t(regions.size()));
-    for (int i = 0; i < regions.size(); ++i)
-        labels[std::size_t(i)] = regions[i];
-    return labels;
-}
-
-void expectInvariants(const MRegions &regions)
-{
-    std::vector<int> counts(std::size_t(regions.numRegions()), 0);
-    for (int i = 0; i < regions.size(); ++i) {
-        ASSERT_GE(regions[i], -1);
-        ASSERT_LT(regions[i], regions.numRegions());
-        if (regions[i] >= 0)
-            ++counts[std::size_t(regions[i])];
-    }
-    for (int r = 0; r < regions.numRegions(); ++r)
-        EXPECT_EQ(regions.regionSize(r), counts[std::size_t(r)]);
-}
+using test::expectRegionInvariants;
+using test::labelsOf;
 
 // Regions numbered largest first, never growing.
 void expectLargestFirst(const MRegions &regions)
@@ -72,13 +54,7 @@ void expectLargestFirst(const MRegions &regions)
 std::vector<int> modelGroups(const MPointCloud &cloud, double radius, int minSize)
 {
     const int n = cloud.numPoints();
-    std::vector<int> parent(static_cast<std::size_t>(n));
-    std::iota(parent.begin(), parent.end(), 0);
-    const auto find = [&parent](int i) {
-        while (parent[std::size_t(i)] != i)
-            i = parent[std::size_t(i)] = parent[std::size_t(parent[std::size_t(i)])];
-        return i;
-    };
+    test::UnionFind groups(static_cast<std::size_t>(n));
     for (int i = 0; i < n; ++i)
         for (int j = i + 1; j < n; ++j) {
             const MVector3d &a = cloud.points()[i], &b = cloud.points()[j];
@@ -86,8 +62,9 @@ std::vector<int> modelGroups(const MPointCloud &cloud, double radius, int minSiz
                 continue;
             const double dx = a.x() - b.x(), dy = a.y() - b.y(), dz = a.z() - b.z();
             if (radius * radius >= dx * dx + dy * dy + dz * dz)
-                parent[std::size_t(find(i))] = find(j);
+                groups.join(i, j);
         }
+    const auto find = [&groups](int i) { return groups.find(i); };
     std::vector<int> size(std::size_t(n), 0), first(std::size_t(n), n);
     for (int i = 0; i < n; ++i)
         if (cloud.points()[i].isValid()) {
@@ -159,7 +136,7 @@ TEST(MPointCloudSegmentation, ConnectivityMatchesUnionFind)
         for (int minSize : {0, 3}) {
             const double radius = 0.9 + 0.1 * round;
             const MRegions regions = cloud.connectivitySegmentation(minSize, radius);
-            expectInvariants(regions);
+            expectRegionInvariants(regions);
             EXPECT_EQ(labelsOf(regions), modelGroups(cloud, radius, minSize)) << "radius " << radius;
         }
     }
@@ -251,7 +228,7 @@ TEST(MPointCloudSegmentation, NormalsSeparateFloorFromWall)
     MPointCloud cloud = floorAndWall();
     EXPECT_EQ(cloud.connectivitySegmentation(1, 0.15).numRegions(), 1);
     const MRegions regions = cloud.normalSegmentation(1, 0.2, 0.15);
-    expectInvariants(regions);
+    expectRegionInvariants(regions);
     ASSERT_EQ(regions.numRegions(), 2);
     for (int i = 0; i < cloud.numPoints(); ++i)
         EXPECT_EQ(regions[i], i < 441 ? 0 : 1);
@@ -296,7 +273,7 @@ TEST(MPointCloudSegmentation, ComputedNormalsSeparateRoofFaces)
             cloud.add(0.05 * c, 0.05 * r, 0.05 * std::abs(c));
     const MRegions regions = cloud.normalSegmentation(20, MAngle::DegToRad(10.0));
     EXPECT_TRUE(cloud.hasNormals());
-    expectInvariants(regions);
+    expectRegionInvariants(regions);
     expectLargestFirst(regions);
     ASSERT_GE(regions.numRegions(), 2);
     const auto left = [&cloud](int i) { return cloud.point(i).x() < -1e-9; };
@@ -321,7 +298,7 @@ TEST(MPointCloudSegmentation, CurvatureSeparatesSphereFromTouchingPlane)
     // small pieces of their own or none, but never mix the two large ones.
     const MRegions regions = cloud.curvatureSegmentation(30, 1.0, 0.15);
     EXPECT_TRUE(cloud.hasNormals());
-    expectInvariants(regions);
+    expectRegionInvariants(regions);
     expectLargestFirst(regions);
     ASSERT_GE(regions.numRegions(), 2);
     const auto plane = [planePoints](int i) { return i < planePoints; };

@@ -1,11 +1,11 @@
 #include "MRangeImage.h"
 #include "MRegions.h"
 #include "RangeImageSamples.h"
+#include "RegionsSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 #include <random>
 #include <vector>
 
@@ -13,13 +13,7 @@ using namespace ZOLAR3D;
 
 namespace {
 
-std::vector<int> labelsOf(const MRegions &regions)
-{
-    std::vector<int> labels(std::size_t(regions.size()));
-    for (int i = 0; i < regions.size(); ++i)
-        labels[std::size_t(i)] = regions[i];
-    return labels;
-}
+using test::labelsOf;
 
 // The pieces the slow way: union-find over the four corners of every valid
 // quad, numbered by the first pixel of the scan by rows, small pieces
@@ -28,14 +22,8 @@ std::vector<int> modelPieces(const MRangeImage &image, int minSize, int &numRegi
 {
     const int w = image.width();
     const std::size_t n = std::size_t(image.size());
-    std::vector<int> parent(n);
-    std::iota(parent.begin(), parent.end(), 0);
+    test::UnionFind pieces(n);
     std::vector<bool> inQuad(n, false);
-    const auto find = [&parent](int i) {
-        while (parent[std::size_t(i)] != i)
-            i = parent[std::size_t(i)] = parent[std::size_t(parent[std::size_t(i)])];
-        return i;
-    };
     for (int row = 0; row + 1 < image.height(); ++row)
         for (int col = 0; col + 1 < w; ++col) {
             if (!image.isValidQuad(row, col, 1))
@@ -43,7 +31,7 @@ std::vector<int> modelPieces(const MRangeImage &image, int minSize, int &numRegi
             const int corners[] = {row * w + col, row * w + col + 1, (row + 1) * w + col, (row + 1) * w + col + 1};
             for (int c : corners) {
                 inQuad[std::size_t(c)] = true;
-                parent[std::size_t(find(c))] = find(corners[0]);
+                pieces.join(c, corners[0]);
             }
         }
     std::vector<int> number(n, -1);
@@ -53,7 +41,7 @@ std::vector<int> modelPieces(const MRangeImage &image, int minSize, int &numRegi
     for (std::size_t i = 0; i < n; ++i) {
         if (!inQuad[i])
             continue;
-        int &root = number[std::size_t(find(int(i)))];
+        int &root = number[std::size_t(pieces.find(int(i)))];
         if (root < 0) {
             root = numRegions++;
             sizes.push_back(0);

@@ -1,4 +1,5 @@
 #include "MRegions.h"
+#include "RegionsSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +7,6 @@
 #include <algorithm>
 #include <climits>
 #include <new>
-#include <numeric>
 #include <random>
 #include <vector>
 
@@ -14,35 +14,9 @@ using namespace ZOLAR3D;
 
 namespace {
 
-std::vector<int> labelsOf(const MRegions &regions)
-{
-    std::vector<int> labels(std::size_t(regions.size()));
-    for (int i = 0; i < regions.size(); ++i)
-        labels[std::size_t(i)] = regions[i];
-    return labels;
-}
-
-std::vector<int> sizesOf(const MRegions &regions)
-{
-    std::vector<int> sizes(std::size_t(regions.numRegions()));
-    for (int r = 0; r < regions.numRegions(); ++r)
-        sizes[std::size_t(r)] = regions.regionSize(r);
-    return sizes;
-}
-
-// Every label is -1 or a region number, and every size counts its labels.
-void expectInvariants(const MRegions &regions)
-{
-    std::vector<int> counts(std::size_t(regions.numRegions()), 0);
-    for (int i = 0; i < regions.size(); ++i) {
-        const int label = regions[i];
-        ASSERT_GE(label, -1) << "element " << i;
-        ASSERT_LT(label, regions.numRegions()) << "element " << i;
-        if (label >= 0)
-            ++counts[std::size_t(label)];
-    }
-    EXPECT_EQ(sizesOf(regions), counts);
-}
+using test::expectRegionInvariants;
+using test::labelsOf;
+using test::sizesOf;
 
 // Region sizes recounted from plain labels.
 std::vector<int> countLabels(const std::vector<int> &labels, int numRegions)
@@ -152,7 +126,7 @@ TEST(MRegions, AddAndRemoveKeepSizes)
     EXPECT_FALSE(regions.remove(12));
     EXPECT_FALSE(regions.remove(4, 0));
     EXPECT_EQ(sizesOf(regions), (std::vector<int>{0, 0}));
-    expectInvariants(regions);
+    expectRegionInvariants(regions);
 
     regions.addToRegion(0, 1);
     regions.reset();
@@ -183,7 +157,7 @@ TEST(MRegions, RegionKeepsShapeAndOneRegion)
         EXPECT_EQ(one.width(), 6);
         EXPECT_EQ(one.height(), 4);
         ASSERT_EQ(one.numRegions(), 1);
-        expectInvariants(one);
+        expectRegionInvariants(one);
         for (int i = 0; i < regions.size(); ++i)
             EXPECT_EQ(one[i], r >= 0 && regions[i] == r ? 0 : -1);
         EXPECT_EQ(one.regionSize(0), regions.regionSize(std::max(r, 0)) * (r >= 0));
@@ -198,7 +172,7 @@ TEST(MRegions, InvertTwiceKeepsLabelledElementsAsOneRegion)
     const std::vector<int> before = labelsOf(regions);
     regions.invert();
     ASSERT_EQ(regions.numRegions(), 1);
-    expectInvariants(regions);
+    expectRegionInvariants(regions);
     for (int i = 0; i < regions.size(); ++i)
         EXPECT_EQ(regions[i], before[std::size_t(i)] < 0 ? 0 : -1);
     regions.invert();
@@ -230,8 +204,8 @@ TEST(MRegions, SetAlgebraMatchesElementModel)
 
         const MRegions both = a & b;
         const MRegions either = a | b;
-        expectInvariants(both);
-        expectInvariants(either);
+        expectRegionInvariants(both);
+        expectRegionInvariants(either);
         EXPECT_EQ(both.numRegions(), a.numRegions());
         EXPECT_EQ(either.numRegions(), std::max(a.numRegions(), b.numRegions()));
         EXPECT_EQ(both.width(), width);
@@ -308,7 +282,7 @@ TEST(MRegions, SelectSizeMatchesModel)
         int numRegions = 0;
         const std::vector<int> expected = modelSelectSize(labelsOf(regions), sizesOf(regions), minSize, maxSize, numRegions);
         regions.selectSize(minSize, maxSize);
-        expectInvariants(regions);
+        expectRegionInvariants(regions);
         EXPECT_EQ(labelsOf(regions), expected);
         EXPECT_EQ(regions.numRegions(), numRegions);
     }
@@ -325,7 +299,7 @@ TEST(MRegions, SelectSizeWithoutUpperLimitKeepsLargeRegions)
     }
     regions.selectSize(5, 0);
     EXPECT_EQ(sizesOf(regions), (std::vector<int>{5, 7}));
-    expectInvariants(regions);
+    expectRegionInvariants(regions);
     regions.selectSize(8, 6);
     EXPECT_EQ(regions.numRegions(), 0);
     EXPECT_EQ(regions.regionSize(-1), 0);
@@ -357,8 +331,8 @@ TEST(MRegions, SortBySizeRenumbersStably)
         EXPECT_EQ(descending[int(i)], old < 0 ? -1 : descendingNumber[old]);
         EXPECT_EQ(ascending[int(i)], old < 0 ? -1 : ascendingNumber[old]);
     }
-    expectInvariants(descending);
-    expectInvariants(ascending);
+    expectRegionInvariants(descending);
+    expectRegionInvariants(ascending);
 }
 
 TEST(MRegions, RemoveEmptyRegionsKeepsOrder)
@@ -418,13 +392,13 @@ TEST(MRegions, ErodeAndDilateMatchGridModel)
 
             MRegions eroded = regions;
             eroded.erode();
-            expectInvariants(eroded);
+            expectRegionInvariants(eroded);
             EXPECT_EQ(labelsOf(eroded), modelErode(labels, width, height));
             EXPECT_EQ(eroded.numRegions(), 3);
 
             MRegions dilated = regions;
             dilated.dilate();
-            expectInvariants(dilated);
+            expectRegionInvariants(dilated);
             EXPECT_EQ(labelsOf(dilated), modelDilate(labels, width, height));
             EXPECT_EQ(dilated.numRegions(), 3);
         }
@@ -440,20 +414,6 @@ TEST(MRegions, ErodeOfFullGridChangesNothing)
     const MRegions before = regions;
     regions.erode();
     EXPECT_EQ(regions, before);
-}
-
-TEST(MRegions, ErodeTakesOneRingOffASquare)
-{
-    MRegions regions(7, 7);
-    const int r = regions.addRegion();
-    for (int y = 1; y <= 5; ++y)
-        for (int x = 1; x <= 5; ++x)
-            regions.addToRegion(x, y, r);
-    regions.erode();
-    EXPECT_EQ(regions.regionSize(r), 9);
-    int x, y, w, h;
-    ASSERT_TRUE(regions.getBoundingRectangle(r, x, y, w, h));
-    EXPECT_EQ(std::vector<int>({x, y, w, h}), std::vector<int>({2, 2, 3, 3}));
 }
 
 // Each labelled element writes onto its neighbours in scan order, so the
@@ -475,35 +435,28 @@ TEST(MRegions, DilateLetsLaterElementsOverwriteEarlierRegions)
 // then small components cleared in place.
 std::vector<int> modelConnectivity(const std::vector<int> &labels, int width, int height, int minSize, int &numRegions)
 {
-    std::vector<int> parent(labels.size());
-    std::iota(parent.begin(), parent.end(), 0);
-    const auto find = [&parent](int i) {
-        while (parent[std::size_t(i)] != i)
-            i = parent[std::size_t(i)] = parent[std::size_t(parent[std::size_t(i)])];
-        return i;
-    };
+    test::UnionFind components(labels.size());
+    const auto labelled = [&labels](int i) { return labels[std::size_t(i)] >= 0; };
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const int i = y * width + x;
-            if (labels[std::size_t(i)] < 0)
-                continue;
-            if (x + 1 < width && labels[std::size_t(i + 1)] >= 0)
-                parent[std::size_t(find(i))] = find(i + 1);
-            if (y + 1 < height && labels[std::size_t(i + width)] >= 0)
-                parent[std::size_t(find(i))] = find(i + width);
+            if (labelled(i) && x + 1 < width && labelled(i + 1))
+                components.join(i, i + 1);
+            if (labelled(i) && y + 1 < height && labelled(i + width))
+                components.join(i, i + width);
         }
     std::vector<int> number(labels.size(), -1);
     numRegions = 0;
     for (int y = 0; y < height; ++y)
         for (int x = 0; x + 1 < width; ++x) {
-            const int i = y * width + x;
-            if (labels[std::size_t(i)] >= 0 && number[std::size_t(find(i))] < 0)
-                number[std::size_t(find(i))] = numRegions++;
+            const int root = components.find(y * width + x);
+            if (labelled(y * width + x) && number[std::size_t(root)] < 0)
+                number[std::size_t(root)] = numRegions++;
         }
     std::vector<int> result(labels.size(), -1);
     for (std::size_t i = 0; i < labels.size(); ++i)
         if (labels[i] >= 0)
-            result[i] = number[std::size_t(find(int(i)))];
+            result[i] = number[std::size_t(components.find(int(i)))];
     const std::vector<int> sizes = countLabels(result, numRegions);
     for (int &label : result)
         if (label >= 0 && sizes[std::size_t(label)] < minSize)
@@ -522,7 +475,7 @@ TEST(MRegions, ConnectivityMatchesUnionFind)
                 int numRegions = 0;
                 const std::vector<int> expected = modelConnectivity(labelsOf(regions), width, height, minSize, numRegions);
                 const MRegions connected = regions.connectivitySegmentation(minSize);
-                expectInvariants(connected);
+                expectRegionInvariants(connected);
                 EXPECT_EQ(connected.width(), width);
                 EXPECT_EQ(connected.height(), height);
                 EXPECT_EQ(connected.numRegions(), numRegions);
