@@ -56,7 +56,8 @@ public:
     MVector3f toVector3f() const { return {float(m_v[0]), float(m_v[1]), float(m_v[2])}; }
     operator MVector3f() const { return toVector3f(); }
 
-    bool isValid() const { return MIsValidBits(m_v[0]) & MIsValidBits(m_v[1]) & MIsValidBits(m_v[2]); }
+    // Bitwise on purpose: no branch, so loops can hoist and vectorise the test.
+    bool isValid() const { return (int(MIsValidBits(m_v[0])) & int(MIsValidBits(m_v[1])) & int(MIsValidBits(m_v[2]))) != 0; }
     bool isNaN() const { return std::isnan(m_v[0]) || std::isnan(m_v[1]) || std::isnan(m_v[2]); }
     // One store suffices: a marker in x makes the whole vector invalid.
     void invalidate() { m_v[0] = MInvalid; }

@@ -414,8 +414,11 @@ MPointCloud MPointCloud::roi(int row, int col, int numRows, int numCols) const
         const long long end = std::clamp<long long>(start + length, 0, limit);
         return std::make_pair(static_cast<int>(begin), static_cast<int>(end - begin));
     };
-    const auto [row0, rows] = span(row, numRows, m_height);
-    const auto [col0, cols] = span(col, numCols, m_width);
+    // Plain names rather than structured bindings: the lambda below captures them.
+    const std::pair<int, int> rowSpan = span(row, numRows, m_height);
+    const std::pair<int, int> colSpan = span(col, numCols, m_width);
+    const int row0 = rowSpan.first, rows = rowSpan.second;
+    const int col0 = colSpan.first, cols = colSpan.second;
 
     MPointCloud result;
     result.allocate(rows * cols, hasColors(), hasNormals());
