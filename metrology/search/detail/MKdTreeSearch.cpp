@@ -296,34 +296,40 @@ bool MKdTree::Impl::findNearestNeighbor(const MVector3d &query, double maxDistan
     // the nearest point that the walk is sure to accept or beat.
     const double searchLimit = std::min(maxDistance, std::sqrt(pathBound2));
 
-    // The stack takes the right child first. Equal distances replace the
-    // earlier best, so among equally near points the one visited last wins.
+    // Depth first, the right child before the left one. Equal distances
+    // replace the earlier best, so among equally near points the one visited
+    // last wins. The right child, which a stack would give back at once, is
+    // taken directly.
     BoxReach reach(q, boxReach(std::min(bestDistance, searchLimit)));
     MSmallStack<const Node *, InlineStackDepth> pending;
-    pending.push(root);
-    while (!pending.isEmpty()) {
-        const Node *node = pending.pop();
-        if (!reach.passes(*node))
-            continue;
-        // The children are read soon; fetch them while the bucket is scanned.
-        prefetchNode(node->left);
-        prefetchNode(node->right);
-        double d2[BucketSize];
-        double bound2 = std::min(max2, best2);
-        // A later slot must beat the bound as it stands after the earlier ones.
-        for (unsigned within = bucketDistances(*node, q, bound2, d2); within; within &= within - 1) {
-            const int i = __builtin_ctz(within);
-            if (d2[i] <= bound2 && !(ignoreZeroDistance && d2[i] == 0.0)) {
-                best = {node, i};
-                best2 = bound2 = d2[i];
-                bestDistance = std::sqrt(d2[i]);
-                reach.setReach(boxReach(std::min(bestDistance, searchLimit)));
+    const Node *node = root;
+    for (;;) {
+        if (reach.passes(*node)) {
+            // The children are read soon; fetch them while the bucket is scanned.
+            prefetchNode(node->left);
+            prefetchNode(node->right);
+            double d2[BucketSize];
+            double bound2 = std::min(max2, best2);
+            // A later slot must beat the bound as it stands after the earlier ones.
+            for (unsigned within = bucketDistances(*node, q, bound2, d2); within; within &= within - 1) {
+                const int i = __builtin_ctz(within);
+                if (d2[i] <= bound2 && !(ignoreZeroDistance && d2[i] == 0.0)) {
+                    best = {node, i};
+                    best2 = bound2 = d2[i];
+                    bestDistance = std::sqrt(d2[i]);
+                    reach.setReach(boxReach(std::min(bestDistance, searchLimit)));
+                }
+            }
+            if (node->left)
+                pending.push(node->left);
+            if (node->right) {
+                node = node->right;
+                continue;
             }
         }
-        if (node->left)
-            pending.push(node->left);
-        if (node->right)
-            pending.push(node->right);
+        if (pending.isEmpty())
+            break;
+        node = pending.pop();
     }
 
     if (best.node && maxDistance >= bestDistance) {
