@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <type_traits>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -260,10 +261,12 @@ Slot seed(const Node *root, const double *query, bool ignoreZeroDistance, double
 
 // A point found by the walk of findNearestNeighbors; the walk position breaks
 // ties of distance, so the selection is the same whatever its algorithm.
+// Trivial, so that the scratch array costs nothing to set up.
 struct Candidate {
     double squaredDistance;
     int order;
-    Slot point;
+    int slot;
+    const Node *node;
 
     bool operator<(const Candidate &other) const
     {
@@ -271,6 +274,7 @@ struct Candidate {
                (squaredDistance == other.squaredDistance && order < other.order);
     }
 };
+static_assert(std::is_trivially_default_constructible_v<Candidate>);
 
 // Scratch of the caller's stack for the usual small counts, of the heap beyond.
 constexpr int InlineCandidates = 320;
@@ -361,7 +365,7 @@ int MKdTree::Impl::findNearestNeighbors(const MVector3d &query, double maxDistan
     int found = 0;
     if (limit > 0)
         walkBall(root, query.data(), maxDistance, [&](const Node &node, int slot, double d2) {
-            candidates[found] = {d2, found, {&node, slot}};
+            candidates[found] = {d2, found, slot, &node};
             return ++found < limit;
         });
 
@@ -370,7 +374,7 @@ int MKdTree::Impl::findNearestNeighbors(const MVector3d &query, double maxDistan
         found = maxCount;
     }
     for (int i = 0; i < found; ++i)
-        emit(*candidates[i].point.node, candidates[i].point.slot, i, points, indices);
+        emit(*candidates[i].node, candidates[i].slot, i, points, indices);
     return found;
 }
 
