@@ -16,9 +16,9 @@ public:
     static constexpr int BucketSize = 8;
     static constexpr int InsertBlockSize = 10000;
 
-    // The box and the links come first and the bucket is kept as separate
-    // coordinate arrays: a box test reads one cache line, and a bucket scan
-    // that rejects its points on x reads little more. Slots beyond count hold
+    // The box and the links come first, so that a box test reads one cache
+    // line; the bucket is kept as separate coordinate arrays, so that a whole
+    // bucket is computed at once in vector registers. Slots beyond count hold
     // index -1.
     struct Node {
         // Rounded outwards from the points, so a box always holds its points

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <type_traits>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -57,53 +58,65 @@ unsigned bucketDistances(const Node &node, const double *query, double bound2, d
     return within & ((1u << node.count) - 1u);
 }
 
-// The query, prepared for testing many boxes grown by one reach: a box passes
-// when the query lies within it grown by reach on every side.
+// The query, prepared for testing many boxes against one reach: a box passes
+// when the query lies within reach of it, that is, within the box grown by a
+// ball of that radius. This leaves out more boxes than growing the box by a
+// cube, and only boxes without a point within reach, so the answers are the
+// same; it matters most near scanned surfaces, whose boxes are thin.
 class BoxReach {
 public:
     BoxReach(const double *query, double reach) : m_query(query) { setReach(reach); }
 
     void setReach(double reach)
     {
+        m_squaredReach = reach >= 0.0 ? reach * reach : -1.0;
 #if defined(__SSE2__)
-        m_reach = _mm_set1_pd(reach);
         m_xy = _mm_loadu_pd(m_query);
         m_zNegated = _mm_set_pd(-m_query[2], m_query[2]);
-#else
-        m_reachValue = reach;
 #endif
     }
 
-    bool passes(const Node &node) const
+    bool passes(const Node &node) const { return squaredGap(node) <= m_squaredReach; }
+
+    // Squared distance from the query to the box; 0 inside.
+    double squaredGap(const Node &node) const
     {
 #if defined(__SSE2__)
-        // x and y in one pair; z as (min, -max), so that both of its tests
-        // read "at most". Negation is exact, so the roundings are those of the
-        // plain comparisons.
+        // x and y in one pair; z as (min, -max) against (z, -z), so that both
+        // of its gaps read "bound minus query". Negation is exact.
         const __m128 zero = _mm_setzero_ps();
         const __m128d lo = _mm_cvtps_pd(_mm_loadl_pi(zero, reinterpret_cast<const __m64 *>(node.boxMin.data())));
         const __m128d hi = _mm_cvtps_pd(_mm_loadl_pi(zero, reinterpret_cast<const __m64 *>(node.boxMax.data())));
         const __m128d z = _mm_cvtps_pd(_mm_unpacklo_ps(_mm_load_ss(&node.boxMin[2]), _mm_load_ss(&node.boxMax[2])));
-        const __m128d zSigned = _mm_xor_pd(z, _mm_set_pd(-0.0, 0.0));
-        const __m128d inside = _mm_and_pd(_mm_and_pd(_mm_cmple_pd(_mm_sub_pd(lo, m_reach), m_xy),
-                                                     _mm_cmple_pd(m_xy, _mm_add_pd(hi, m_reach))),
-                                          _mm_cmple_pd(_mm_sub_pd(zSigned, m_reach), m_zNegated));
-        return _mm_movemask_pd(inside) == 3;
+        // The gaps go second into max, which then passes a NaN of the query on
+        // and lets no box through for it.
+        const __m128d gapXY =
+            _mm_max_pd(_mm_setzero_pd(), _mm_max_pd(_mm_sub_pd(lo, m_xy), _mm_sub_pd(m_xy, hi)));
+        const __m128d zGaps = _mm_sub_pd(_mm_xor_pd(z, _mm_set_pd(-0.0, 0.0)), m_zNegated);
+        const __m128d gapZ = _mm_max_sd(_mm_setzero_pd(), _mm_max_sd(zGaps, _mm_unpackhi_pd(zGaps, zGaps)));
+        const __m128d squaresXY = _mm_mul_pd(gapXY, gapXY);
+        const __m128d sum = _mm_add_sd(_mm_add_sd(squaresXY, _mm_unpackhi_pd(squaresXY, squaresXY)),
+                                       _mm_mul_sd(gapZ, gapZ));
+        return _mm_cvtsd_f64(sum);
 #else
-        bool inside = true;
-        for (int axis = 0; axis < 3; ++axis)
-            inside &= (m_query[axis] >= double(node.boxMin[axis]) - m_reachValue) &
-                      (double(node.boxMax[axis]) + m_reachValue >= m_query[axis]);
-        return inside;
+        double sum = 0.0;
+        for (int axis = 0; axis < 3; ++axis) {
+            const double below = double(node.boxMin[axis]) - m_query[axis];
+            const double above = m_query[axis] - double(node.boxMax[axis]);
+            const double gap = below > above ? below : above;
+            // Inside on this axis adds nothing; a NaN is passed on.
+            if (!(gap <= 0.0))
+                sum += gap * gap;
+        }
+        return sum;
 #endif
     }
 
 private:
     const double *m_query;
+    double m_squaredReach;
 #if defined(__SSE2__)
-    __m128d m_reach, m_xy, m_zNegated;
-#else
-    double m_reachValue;
+    __m128d m_xy, m_zNegated;
 #endif
 };
 
@@ -180,14 +193,27 @@ struct Slot {
     int slot = 0;
 };
 
+// Lowers pathBound2 to the nearest point of the node that the search may accept.
+void boundByBucket(const Node &node, const double *query, bool ignoreZeroDistance, double &pathBound2, double *d2)
+{
+    bucketDistances(node, query, 0.0, d2);
+    for (int i = 0; i < node.count; ++i)
+        if (d2[i] < pathBound2 && !(ignoreZeroDistance && d2[i] == 0.0))
+            pathBound2 = d2[i];
+}
+
 // The first guess of the nearest-neighbour search: descend while a child's box
 // holds the query, left before right, and take the nearest point of the node
-// reached, the first one on ties. On the way, pathBound2 gathers the nearest
-// squared distance of the points of the last nodes passed that the search may
-// accept: the walk visits them all, so the answer is at least as near, and
-// farther boxes can be left out at once. Nodes higher up hold points too far
-// away to be worth the look.
-constexpr int BoundingPathNodes = 3;
+// reached, the first one on ties.
+//
+// Besides, pathBound2 gathers the nearest squared distance of points that the
+// search may accept, from the last nodes of that descent and from a descent
+// that goes on from there into the nearer child down to a leaf. The walk
+// visits all these points, so the answer is at least as near, and farther
+// boxes can be left out at once. This matters where the query lies between
+// boxes, as it does near the thin boxes of a scanned surface: there the first
+// guess alone comes from high up and is far away.
+constexpr int BoundingPathNodes = 2;
 
 Slot seed(const Node *root, const double *query, bool ignoreZeroDistance, double &best2, double &pathBound2)
 {
@@ -206,16 +232,21 @@ Slot seed(const Node *root, const double *query, bool ignoreZeroDistance, double
         else
             break;
     }
-    // The node reached comes last, so that d2 keeps its distances.
     double d2[BucketSize];
-    for (const Node *passed : path) {
-        if (!passed)
-            continue;
-        bucketDistances(*passed, query, 0.0, d2);
-        for (int i = 0; i < passed->count; ++i)
-            if (d2[i] < pathBound2 && !(ignoreZeroDistance && d2[i] == 0.0))
-                pathBound2 = d2[i];
+    for (const Node *passed : path)
+        if (passed && passed != node)
+            boundByBucket(*passed, query, ignoreZeroDistance, pathBound2, d2);
+    for (const Node *probe = node->left || node->right ? node : nullptr; probe;) {
+        const Node *left = probe->left, *right = probe->right;
+        if (left && right)
+            probe = contains.squaredGap(*left) <= contains.squaredGap(*right) ? left : right;
+        else
+            probe = left ? left : right;
+        if (probe)
+            boundByBucket(*probe, query, ignoreZeroDistance, pathBound2, d2);
     }
+    // The node reached comes last, so that d2 keeps its distances.
+    boundByBucket(*node, query, ignoreZeroDistance, pathBound2, d2);
     if (node->count == 0)
         return {};
     Slot best{node, 0};
@@ -230,10 +261,12 @@ Slot seed(const Node *root, const double *query, bool ignoreZeroDistance, double
 
 // A point found by the walk of findNearestNeighbors; the walk position breaks
 // ties of distance, so the selection is the same whatever its algorithm.
+// Trivial, so that the scratch array costs nothing to set up.
 struct Candidate {
     double squaredDistance;
     int order;
-    Slot point;
+    int slot;
+    const Node *node;
 
     bool operator<(const Candidate &other) const
     {
@@ -241,6 +274,7 @@ struct Candidate {
                (squaredDistance == other.squaredDistance && order < other.order);
     }
 };
+static_assert(std::is_trivially_default_constructible_v<Candidate>);
 
 // Scratch of the caller's stack for the usual small counts, of the heap beyond.
 constexpr int InlineCandidates = 320;
@@ -266,34 +300,40 @@ bool MKdTree::Impl::findNearestNeighbor(const MVector3d &query, double maxDistan
     // the nearest point that the walk is sure to accept or beat.
     const double searchLimit = std::min(maxDistance, std::sqrt(pathBound2));
 
-    // The stack takes the right child first. Equal distances replace the
-    // earlier best, so among equally near points the one visited last wins.
+    // Depth first, the right child before the left one. Equal distances
+    // replace the earlier best, so among equally near points the one visited
+    // last wins. The right child, which a stack would give back at once, is
+    // taken directly.
     BoxReach reach(q, boxReach(std::min(bestDistance, searchLimit)));
     MSmallStack<const Node *, InlineStackDepth> pending;
-    pending.push(root);
-    while (!pending.isEmpty()) {
-        const Node *node = pending.pop();
-        if (!reach.passes(*node))
-            continue;
-        // The children are read soon; fetch them while the bucket is scanned.
-        prefetchNode(node->left);
-        prefetchNode(node->right);
-        double d2[BucketSize];
-        double bound2 = std::min(max2, best2);
-        // A later slot must beat the bound as it stands after the earlier ones.
-        for (unsigned within = bucketDistances(*node, q, bound2, d2); within; within &= within - 1) {
-            const int i = __builtin_ctz(within);
-            if (d2[i] <= bound2 && !(ignoreZeroDistance && d2[i] == 0.0)) {
-                best = {node, i};
-                best2 = bound2 = d2[i];
-                bestDistance = std::sqrt(d2[i]);
-                reach.setReach(boxReach(std::min(bestDistance, searchLimit)));
+    const Node *node = root;
+    for (;;) {
+        if (reach.passes(*node)) {
+            // The children are read soon; fetch them while the bucket is scanned.
+            prefetchNode(node->left);
+            prefetchNode(node->right);
+            double d2[BucketSize];
+            double bound2 = std::min(max2, best2);
+            // A later slot must beat the bound as it stands after the earlier ones.
+            for (unsigned within = bucketDistances(*node, q, bound2, d2); within; within &= within - 1) {
+                const int i = __builtin_ctz(within);
+                if (d2[i] <= bound2 && !(ignoreZeroDistance && d2[i] == 0.0)) {
+                    best = {node, i};
+                    best2 = bound2 = d2[i];
+                    bestDistance = std::sqrt(d2[i]);
+                    reach.setReach(boxReach(std::min(bestDistance, searchLimit)));
+                }
+            }
+            if (node->left)
+                pending.push(node->left);
+            if (node->right) {
+                node = node->right;
+                continue;
             }
         }
-        if (node->left)
-            pending.push(node->left);
-        if (node->right)
-            pending.push(node->right);
+        if (pending.isEmpty())
+            break;
+        node = pending.pop();
     }
 
     if (best.node && maxDistance >= bestDistance) {
@@ -325,7 +365,7 @@ int MKdTree::Impl::findNearestNeighbors(const MVector3d &query, double maxDistan
     int found = 0;
     if (limit > 0)
         walkBall(root, query.data(), maxDistance, [&](const Node &node, int slot, double d2) {
-            candidates[found] = {d2, found, {&node, slot}};
+            candidates[found] = {d2, found, slot, &node};
             return ++found < limit;
         });
 
@@ -334,7 +374,7 @@ int MKdTree::Impl::findNearestNeighbors(const MVector3d &query, double maxDistan
         found = maxCount;
     }
     for (int i = 0; i < found; ++i)
-        emit(*candidates[i].point.node, candidates[i].point.slot, i, points, indices);
+        emit(*candidates[i].node, candidates[i].slot, i, points, indices);
     return found;
 }
 

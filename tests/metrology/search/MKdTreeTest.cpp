@@ -1,5 +1,6 @@
 #include "MKdTree.h"
 #include "MPointCloud.h"
+#include "metrology/search/detail/MKdTreeImpl.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,9 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 using namespace ZOLAR3D;
@@ -153,6 +156,93 @@ std::vector<MVector3d> queriesFor(const std::vector<MVector3d> &points, unsigned
     return queries;
 }
 
+// The searches in their plainest form, over the tree's own nodes: boxes grown
+// by a cube, the first guess from the descent through containing boxes, and
+// nothing else to narrow the search. The tree's searches narrow it further and
+// must still give the same points in the same order.
+namespace literal {
+
+using Node = MKdTree::Impl::Node;
+
+// The tree holds nothing but the pointer to its nodes.
+static_assert(std::is_standard_layout_v<MKdTree> && sizeof(MKdTree) == sizeof(void *));
+const Node *rootOf(const MKdTree &tree) { return (*reinterpret_cast<MKdTree::Impl *const *>(&tree))->root; }
+
+bool inGrownBox(const Node &node, const MVector3d &q, double r)
+{
+    for (int a = 0; a < 3; ++a)
+        if (!(q[a] >= double(node.boxMin[a]) - r && double(node.boxMax[a]) + r >= q[a]))
+            return false;
+    return true;
+}
+
+double squaredDistance(const Node &node, int slot, const MVector3d &q)
+{
+    const double dx = q.x() - node.x[slot], dy = q.y() - node.y[slot], dz = q.z() - node.z[slot];
+    return dx * dx + dy * dy + dz * dz;
+}
+
+int nearest(const MKdTree &tree, const MVector3d &q, double maxDistance, bool ignoreZero)
+{
+    const Node *node = rootOf(tree);
+    while (true) {
+        if (node->left && inGrownBox(*node->left, q, 0.0))
+            node = node->left;
+        else if (node->right && inGrownBox(*node->right, q, 0.0))
+            node = node->right;
+        else
+            break;
+    }
+    int bestIndex = -1;
+    double best2 = MInvalid, best = MInvalid;
+    for (int i = 0; i < node->count; ++i)
+        if (bestIndex < 0 || squaredDistance(*node, i, q) < best2) {
+            best2 = squaredDistance(*node, i, q);
+            best = std::sqrt(best2);
+            bestIndex = node->index[i];
+        }
+    std::vector<const Node *> stack{rootOf(tree)};
+    while (!stack.empty()) {
+        const Node *n = stack.back();
+        stack.pop_back();
+        if (!inGrownBox(*n, q, std::min(best, maxDistance)))
+            continue;
+        for (int i = 0; i < n->count; ++i) {
+            const double d2 = squaredDistance(*n, i, q);
+            if (d2 <= std::min(maxDistance * maxDistance, best2) && !(ignoreZero && d2 == 0.0)) {
+                best2 = d2;
+                best = std::sqrt(d2);
+                bestIndex = n->index[i];
+            }
+        }
+        if (n->left)
+            stack.push_back(n->left);
+        if (n->right)
+            stack.push_back(n->right);
+    }
+    return bestIndex >= 0 && maxDistance >= best ? bestIndex : -1;
+}
+
+std::vector<int> ball(const MKdTree &tree, const MVector3d &q, double r)
+{
+    std::vector<int> found;
+    std::vector<const Node *> stack{rootOf(tree)};
+    while (!stack.empty()) {
+        const Node *n = stack.back();
+        stack.pop_back();
+        for (int i = 0; i < n->count; ++i)
+            if (squaredDistance(*n, i, q) <= r * r)
+                found.push_back(n->index[i]);
+        if (n->right && inGrownBox(*n->right, q, r))
+            stack.push_back(n->right);
+        if (n->left && inGrownBox(*n->left, q, r))
+            stack.push_back(n->left);
+    }
+    return found;
+}
+
+} // namespace literal
+
 } // namespace
 
 TEST(MKdTree, EmptyTreeFindsNothingAndLeavesOutputsAlone)
@@ -295,6 +385,41 @@ TEST(MKdTree, LargeCloudsMatchBruteForce)
         EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
     }
     EXPECT_EQ(tree.findAllNeighbors(MVector3d::Zero, 2.0, int(points.size()), nullptr, nullptr), int(points.size()));
+}
+
+TEST(MKdTree, NarrowedSearchesAgreeWithTheLiteralWalk)
+{
+    // Grids and duplicates are full of equal distances, where only the visiting
+    // order decides which point is returned.
+    std::vector<Cloud> clouds = testClouds();
+    std::vector<MVector3d> inserted = gridPoints(9);
+    std::shuffle(inserted.begin(), inserted.end(), std::mt19937(61));
+    clouds.push_back({"inserted grid", inserted, {0.0, 1.0, 1.5, 2.0}});
+    for (const Cloud &cloud : clouds) {
+        SCOPED_TRACE(cloud.name);
+        MKdTree tree;
+        if (std::string(cloud.name) == "inserted grid") {
+            for (const MVector3d &p : cloud.points)
+                tree.insert(p);
+        } else {
+            tree.from(cloud.points.data(), int(cloud.points.size()));
+        }
+        std::vector<MVector3d> queries = queriesFor(cloud.points, 12);
+        // Lattice queries and half-lattice ones, with many equally near points.
+        for (int i = 0; i < 30; ++i)
+            queries.emplace_back(0.5 * (i % 7), 0.5 * (i % 5), 0.5 * (i % 3));
+        for (const MVector3d &q : queries) {
+            for (bool ignoreZero : {false, true})
+                for (double maxDistance : {1e30, 1.0, 0.5}) {
+                    int index = -2;
+                    tree.findNearestNeighbor(q, maxDistance, nullptr, &index, ignoreZero);
+                    ASSERT_EQ(index, literal::nearest(tree, q, maxDistance, ignoreZero));
+                }
+            for (double radius : cloud.radii)
+                ASSERT_EQ(allNeighbors(tree, q, radius, int(cloud.points.size())).indices,
+                          literal::ball(tree, q, radius));
+        }
+    }
 }
 
 TEST(MKdTree, NearestNeighborTieGoesToTheLastVisited)
