@@ -40,7 +40,7 @@ public:
     virtual void clear()
     {
         for (int i = 0; i < m_blocks.size(); ++i)
-            ::operator delete(m_blocks[i]);
+            ::operator delete(m_blocks[i], BlockAlignment);
         m_blocks.resize(0);
         m_used = 0;
     }
@@ -55,13 +55,17 @@ private:
     {
         // A block must hold at least the slot being asked for.
         const int slots = m_blockSize < 1 ? 1 : m_blockSize;
-        std::unique_ptr<void, void (*)(void *)> block(::operator new(sizeof(T) * std::size_t(slots)),
-                                                     [](void *p) { ::operator delete(p); });
+        std::unique_ptr<void, void (*)(void *)> block(::operator new(sizeof(T) * std::size_t(slots), BlockAlignment),
+                                                     [](void *p) { ::operator delete(p, BlockAlignment); });
         m_blocks.add(block.get());
         block.release();
         m_lastBlockSize = slots;
         m_used = 0;
     }
+
+    // Blocks start on a cache line, so that slots of a line's size or a
+    // fraction of it never straddle two lines.
+    static constexpr std::align_val_t BlockAlignment{64};
 
     MPointerArray m_blocks;
     int m_used = 0;

@@ -6,7 +6,25 @@
 #include <utility>
 #include <vector>
 
+#if defined(_MSC_VER)
+#include <xmmintrin.h>
+#endif
+
 namespace ZOLAR3D {
+
+namespace detail {
+
+// Asks the processor to start loading the cache line at p.
+inline void prefetchLine(const void *p)
+{
+#if defined(_MSC_VER)
+    _mm_prefetch(static_cast<const char *>(p), _MM_HINT_T0);
+#else
+    __builtin_prefetch(p);
+#endif
+}
+
+} // namespace detail
 
 // The hash of a key of MBlockMap: an int is its own hash; a key class provides
 // `unsigned hash() const`.
@@ -35,7 +53,7 @@ public:
     };
 
     // A bucket count below 1 is taken as 1: the table is never without a bucket.
-    explicit MBlockMap(int bucketCount) : m_buckets(validBucketCount(bucketCount), nullptr) {}
+    explicit MBlockMap(int bucketCount) : m_buckets(validBucketCount(bucketCount), nullptr) { updateMask(); }
     MBlockMap(const MBlockMap &) = delete;
     MBlockMap &operator=(const MBlockMap &) = delete;
 
@@ -44,6 +62,7 @@ public:
     {
         std::vector<Node *> old(validBucketCount(bucketCount), nullptr);
         old.swap(m_buckets);
+        updateMask();
         std::vector<Node **> tails(m_buckets.size());
         for (std::size_t b = 0; b < tails.size(); ++b)
             tails[b] = &m_buckets[b];
@@ -61,19 +80,51 @@ public:
 
     void setBlockSize(int n) { m_nodes.setBlockSize(n); }
 
-    V &insert(const K &key, const V &value)
+    V &insert(const K &key, const V &value) { return insert(key, value, bucketOf(key)); }
+
+    V *find(const K &key) { return find(key, bucketOf(key)); }
+    const V *find(const K &key) const { return find(key, bucketOf(key)); }
+
+    // Bulk lookups whose keys are known some steps ahead hide the memory
+    // latency: take the key's bucket early and prefetch it, prefetch its
+    // chain a few steps later once the bucket has arrived, and pass the
+    // bucket to find and insert when the key's turn comes.
+    std::size_t bucketOf(const K &key) const
     {
-        Node *&head = m_buckets[bucketOf(key)];
-        head = new (m_nodes.allocate()) Node{key, value, head};
-        ++m_count;
-        return head->value;
+        const unsigned hash = MBlockHash<K>()(key);
+        return m_mask ? hash & m_mask : hash % static_cast<unsigned>(m_buckets.size());
     }
 
-    V *find(const K &key) { return const_cast<V *>(std::as_const(*this).find(key)); }
+    void prefetchBucket(std::size_t bucket) const { detail::prefetchLine(&m_buckets[bucket]); }
 
-    const V *find(const K &key) const
+    // Loads the bucket itself, so it is best called once that has arrived.
+    void prefetchChain(std::size_t bucket) const
     {
-        for (const Node *node = m_buckets[bucketOf(key)]; node; node = node->next)
+        if (const Node *head = m_buckets[bucket]) {
+            detail::prefetchLine(head);
+            detail::prefetchLine(reinterpret_cast<const char *>(head + 1) - 1);
+        }
+    }
+
+    V &insert(const K &key, const V &value, std::size_t bucket) { return insertNode(key, value, bucket)->value; }
+
+    // The node itself, for owners that keep their own index of the entries.
+    Node *insertNode(const K &key, const V &value, std::size_t bucket)
+    {
+        Node *&head = m_buckets[bucket];
+        head = new (m_nodes.allocate()) Node{key, value, head};
+        ++m_count;
+        return head;
+    }
+
+    V *find(const K &key, std::size_t bucket)
+    {
+        return const_cast<V *>(std::as_const(*this).find(key, bucket));
+    }
+
+    const V *find(const K &key, std::size_t bucket) const
+    {
+        for (const Node *node = m_buckets[bucket]; node; node = node->next)
             if (node->key == key)
                 return &node->value;
         return nullptr;
@@ -95,19 +146,32 @@ public:
     template <class Visit>
     void forEach(Visit &&visit)
     {
-        for (Node *node : m_buckets)
-            for (; node; node = node->next)
+        // Chains are prefetched a few buckets ahead: their nodes lie anywhere.
+        constexpr std::size_t ChainAhead = 32;
+        const std::size_t count = m_buckets.size();
+        for (std::size_t b = 0; b < count; ++b) {
+            if (b + ChainAhead < count)
+                prefetchChain(b + ChainAhead);
+            for (Node *node = m_buckets[b]; node; node = node->next)
                 visit(std::as_const(node->key), node->value);
+        }
     }
 
 private:
     static std::size_t validBucketCount(int n) { return n < 1 ? 1 : static_cast<std::size_t>(n); }
 
-    std::size_t bucketOf(const K &key) const { return MBlockHash<K>()(key) % static_cast<unsigned>(m_buckets.size()); }
+    // For a power-of-two bucket count the remainder is a mask, which spares a
+    // division on every lookup.
+    void updateMask()
+    {
+        const std::size_t n = m_buckets.size();
+        m_mask = n > 1 && (n & (n - 1)) == 0 ? static_cast<unsigned>(n - 1) : 0u;
+    }
 
     std::vector<Node *> m_buckets;
     MBlockAllocator<Node> m_nodes;
     int m_count = 0;
+    unsigned m_mask = 0;
 };
 
 extern template class MBlockMap<int, int>;

@@ -11,6 +11,8 @@
 
 namespace ZOLAR3D {
 
+class MKdTree;
+
 // The container of 3D scan points: positions in double precision, optional
 // per-point colours and normals, and an optional grid organisation of
 // height rows by width columns. A plain value: copies are deep.
@@ -256,7 +258,93 @@ public:
     bool save(const char *path) const;
     bool save(const wchar_t *path) const;
 
+    // Processing. Each call builds a k-d tree of the cloud for itself. Points
+    // are removed by invalidation, so the arrays keep their length and order
+    // and a grid its shape, unless a function says it replaces the cloud.
+    // Where a negative radius is accepted it counts in multiples of
+    // averagePointDistance(1000).
+
+    // Mean distance of up to numSamples valid points, spread evenly over the
+    // array, to their closest other point; coinciding points do not count as
+    // neighbours. 0 when no sample has a neighbour.
+    double averagePointDistance(int numSamples) const;
+    // Points per unit area: the mean of the per-point densities of 1000
+    // evenly spread points, within four times the average point distance.
+    double density() const;
+    // Unit normals of the surface patches around the valid points, oriented
+    // towards +Z; a point without a surface-like neighbourhood gets an
+    // invalid normal. A radius of magnitude below 1e-8 means the average
+    // point distance; a negative one is a multiple of it.
+    void computeNormals(double radius);
+    // Per point: the mean turn of the neighbours' normals per unit distance,
+    // which is 1/R on a sphere of radius R and 0 on a plane. Normals are
+    // computed first when the cloud has none. Invalid points, points without
+    // a valid normal and points without a neighbour give the invalid marker.
+    void computePointCurvatures(double *out, double radius);
+    // Per point: the points within radius, itself included, per unit area of
+    // a disc of that radius; the invalid marker for invalid points and for a
+    // radius that is not positive.
+    void computePointDensities(double *out, double radius) const;
+    // Per point: the other points within radius; 0 for invalid points.
+    void computeNumNeighbors(int *out, double radius) const;
+    // Invalidates the valid points with fewer than minNeighbors neighbours
+    // within radius; returns how many.
+    int cleanOutliers(double radius, int minNeighbors);
+    // Invalidates the valid points whose density within radius is below
+    // threshold; returns how many.
+    int cleanSparsePoints(double threshold, double radius);
+    // Invalidates the valid points whose normal is further than maxAngle from
+    // the view direction, either way round; normals are computed first when
+    // the cloud has none. Returns how many. Does nothing for angles of 90
+    // degrees or more and for a null or invalid direction.
+    int cleanSteepPoints(double maxAngle, const MVector3d &viewDirection);
+    // Moves each valid point towards the Gaussian-weighted mean of its
+    // neighbours within sigma, by strength in [0, 1]; a negative strength does
+    // nothing. Invalid points come out with the marker in all coordinates.
+    void filterGauss(double sigma, double strength);
+    // Moves each valid point along its normal by the mean height of its
+    // neighbours within sigma over its tangent plane, weighted by distance
+    // and by height against sigmaNormal, so that edges survive. Normals are
+    // computed first when the cloud has none; a sigmaNormal that is not
+    // positive does nothing.
+    void filterBilateral(double sigma, double sigmaNormal);
+    // The cloud becomes subsampled(step); a refused step leaves it as it is.
+    void decimateBySubsampling(int step);
+    // Keeps, in array order, each valid point that lies at least distance from
+    // every point kept before it. With keepOrganization the dropped points are
+    // invalidated in place; otherwise the kept points form a new unorganised
+    // cloud. A kept point that stands for fewer than minPoints points (itself
+    // and those dropped for it) is dropped too, which takes out isolated noise.
+    void decimateByMinimumPointDistance(double distance, bool keepOrganization, int minPoints);
+    // Replaces the cloud by one point per occupied cube of a grid of edge
+    // voxelSize anchored at the cloud's minimum corner: with keepAverage the
+    // mean of the cube's points (colours and normals averaged too), in the
+    // order in which the cubes were first met; otherwise the first maxPerVoxel
+    // points of each cube, unchanged and in array order. A size of 0 means the
+    // average point distance.
+    void decimateVoxelBased(double voxelSize, bool keepAverage, int maxPerVoxel);
+    // Mean of numPointsToAverage valid points at the low end (or with maximum
+    // the high end) of one coordinate, after numPointsToIgnore points at that
+    // end are passed over; invalid when no point is left to average.
+    MVector3d extremePoint(int coordinate, bool maximum, int numPointsToAverage, int numPointsToIgnore) const;
+    // Appends the valid points of other. Colours are appended only when both
+    // clouds have one per point, and normals likewise.
+    void integrate(const MPointCloud &other);
+    MPointCloud &operator+=(const MPointCloud &other)
+    {
+        integrate(other);
+        return *this;
+    }
+
 private:
+    // The processing forms on a tree built from this cloud's points, so that
+    // callers that need several of them search one tree.
+    double averagePointDistance(const MKdTree &tree, int numSamples) const;
+    void computeNormals(const MKdTree &tree, double radius);
+    void computePointCurvatures(const MKdTree &tree, double *out, double radius);
+    // A negative distance becomes that multiple of averagePointDistance(tree, 1000).
+    double absoluteDistance(const MKdTree &tree, double distance) const;
+
     static bool isIndex(int i, int count) { return static_cast<unsigned>(i) < static_cast<unsigned>(count); }
     // Linear index of a grid element, or -1 when row or col is off the grid.
     int gridIndex(int row, int col) const

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <vector>
 
 using namespace ZOLAR3D;
@@ -76,4 +77,15 @@ TEST(MBlockAllocator, ClearFreesAllBlocksAndStartsAgain)
     Slot *first = allocator.allocate();
     EXPECT_EQ(allocator.numBlocks(), 1);
     EXPECT_EQ(allocator.allocate(), first + 1);
+}
+
+TEST(MBlockAllocator, SlotsOfALinesSizeStartOnCacheLines)
+{
+    struct Line {
+        double values[8];
+    };
+    MBlockAllocator<Line> allocator;
+    allocator.setBlockSize(3);
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(allocator.allocate()) % 64, 0u) << i;
 }

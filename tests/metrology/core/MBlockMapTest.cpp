@@ -115,3 +115,22 @@ TEST(MBlockMap, ABucketCountBelowOneMeansOneBucket)
     EXPECT_EQ(map.bucketCount(), 1);
     EXPECT_EQ(*map.find(9), 2);
 }
+
+TEST(MBlockMap, BucketFormsAgreeWithThePlainOnesForAnyBucketCount)
+{
+    for (int buckets : {1, 7, 64}) {
+        MBlockMap<int, int> map(buckets);
+        for (int k = -50; k < 50; ++k) {
+            const std::size_t bucket = map.bucketOf(k);
+            EXPECT_EQ(bucket, static_cast<unsigned>(k) % static_cast<unsigned>(buckets));
+            map.prefetchBucket(bucket);
+            map.prefetchChain(bucket);
+            EXPECT_EQ(map.find(k, bucket), nullptr);
+            const int *inserted = &map.insertNode(k, k * 2, bucket)->value;
+            EXPECT_EQ(inserted, map.find(k));
+        }
+        for (int k = -50; k < 50; ++k)
+            EXPECT_EQ(*map.find(k, map.bucketOf(k)), k * 2);
+        EXPECT_EQ(map.size(), 100);
+    }
+}

@@ -63,3 +63,14 @@ TEST(MInvalid, MarkerSurvivesNarrowingAndWideningOfVectors)
     EXPECT_FALSE(assigned.isValid());
     EXPECT_EQ(assigned.y(), 5.0f);
 }
+
+TEST(MInvalid, BitTestAgreesWithTheCompares)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const double values[] = {0.0, -0.0, 1.0, -MInvalid, MInvalid, std::nextafter(MInvalid, 0.0),
+                             std::nextafter(MInvalid, inf), inf, -inf, std::numeric_limits<double>::quiet_NaN(),
+                             -std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::denorm_min(),
+                             std::numeric_limits<double>::max()};
+    for (double v : values)
+        EXPECT_EQ(MIsValidBits(v), MIsValidValue(v)) << v;
+}
