@@ -3,6 +3,7 @@
 #include "MColor.h"
 #include "MColorArray.h"
 #include "MMatrix4.h"
+#include "MRegions.h"
 #include "MVector3d.h"
 #include "MVector3dArray.h"
 #include "MVector3f.h"
@@ -336,7 +337,35 @@ public:
         return *this;
     }
 
+    // Segmentation by region growing over a k-d tree of the cloud: a region
+    // grows from a seed point to the neighbours within radius of its points
+    // that the criterion accepts. The result labels the points, with the
+    // cloud's grid when it is organised. Regions of fewer than minSize points
+    // are left out, and the others are numbered largest first; regions of
+    // equal size keep the order of their seeds. Invalid points have no
+    // region. A negative radius counts in multiples of
+    // averagePointDistance(1000). A NaN parameter is a failure, which gives a
+    // labelling without regions.
+
+    // Connected groups: every valid point within radius joins.
+    MRegions connectivitySegmentation(int minSize, double radius) const;
+    // Smooth surface pieces: a neighbour joins when the lines of its normal
+    // and of the normal of the point it is reached from lie within maxAngle,
+    // whose magnitude counts, up to pi/2. Points without a valid, non-zero
+    // normal have no region. Normals are computed first, and kept, when the
+    // cloud has none.
+    MRegions normalSegmentation(int minSize, double maxAngle, double radius = -4.0);
+    // Pieces of like curvature: a neighbour joins when its curvature, from
+    // computePointCurvatures over the same radius, differs by at most
+    // maxCurvatureDifference (its magnitude) from the mean curvature of the
+    // region so far. Seeds are taken flattest first. Points without a
+    // curvature have no region. Normals are computed first, and kept, when the
+    // cloud has none.
+    MRegions curvatureSegmentation(int minSize, double maxCurvatureDifference, double radius = -4.0);
+
 private:
+    // An empty labelling of the cloud's points, with its grid when organised.
+    MRegions emptyRegions() const;
     // The processing forms on a tree built from this cloud's points, so that
     // callers that need several of them search one tree.
     double averagePointDistance(const MKdTree &tree, int numSamples) const;

@@ -2,11 +2,11 @@
 
 #include "MFailure.h"
 #include "MMatrix3.h"
+#include "metrology/data/detail/MGridCount.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <new>
 
 namespace ZOLAR3D {
 
@@ -16,16 +16,6 @@ namespace {
 
 const char *const IndexFailureText = "MRangeImage: index out of range!";
 const char *const NormalFailureText = "MRangeImage::computeNormals(): parameter out of range!";
-
-// Pixel count of a grid; a grid the arrays cannot index is an allocation
-// failure like any other request that cannot be served.
-int gridCount(int height, int width)
-{
-    const std::int64_t count = std::int64_t(height) * width;
-    if (count > INT_MAX)
-        throw std::bad_alloc();
-    return int(count);
-}
 
 } // namespace
 
@@ -108,7 +98,7 @@ void MRangeImage::setGrid(int height, int width)
     // reverse) would only make every row-by-row loop spin over nothing.
     if (height <= 0 || width <= 0)
         height = width = 0;
-    m_values.resize(gridCount(height, width));
+    m_values.resize(detail::gridCount(height, width));
     m_height = height;
     m_width = width;
 }

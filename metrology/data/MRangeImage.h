@@ -5,6 +5,7 @@
 #include "MDoubleArray.h"
 #include "MInvalid.h"
 #include "MMatrix4.h"
+#include "MRegions.h"
 #include "MVector3d.h"
 #include "MVector3f.h"
 #include "Zol3DExport.h"
@@ -151,6 +152,13 @@ public:
     MRangeImage roi(int row, int col, int numRows, int numCols) const;
     // Shrinks the image to the smallest rectangle holding all valid pixels.
     void compressMemory();
+
+    // The surface pieces of the image: pixels joined through valid quads, so
+    // that a Z jump beyond the slope limit separates them. A pixel in no
+    // valid quad has no region. Regions are numbered in the order in which
+    // the scan by rows meets them; those of fewer than minSize pixels are
+    // cleared but keep their (then empty) number.
+    MRegions connectivitySegmentation(int minSize) const;
 
     // Files. MRI keeps grid, pixel sizes, pose, values and colours; PNG keeps
     // the values as 16-bit samples only.
