@@ -13,6 +13,7 @@
 namespace ZOLAR3D {
 
 class MKdTree;
+class MPrincipalComponentAnalysis;
 
 // The container of 3D scan points: positions in double precision, optional
 // per-point colours and normals, and an optional grid organisation of
@@ -362,6 +363,13 @@ public:
     // curvature have no region. Normals are computed first, and kept, when the
     // cloud has none.
     MRegions curvatureSegmentation(int minSize, double maxCurvatureDifference, double radius = -4.0);
+
+    // Measures
+    // Principal components of the valid points.
+    MPrincipalComponentAnalysis principalComponentAnalysis() const;
+    // The eigenvalues' magnitudes over their sum: about (1, 0, 0) for a line,
+    // (0.5, 0.5, 0) for a plane; Zero for at most one valid point.
+    MVector3d dimensionality() const;
 
 private:
     // An empty labelling of the cloud's points, with its grid when organised.
