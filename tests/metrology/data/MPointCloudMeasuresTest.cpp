@@ -297,10 +297,11 @@ TEST(MPointCloudMeasures, ProjectOntoReplacesValidPointsOnly)
     MPointCloud cloud = source;
     cloud.projectOnto(cylinder);
     for (int i = 0; i < cloud.size(); ++i) {
-        if (source[i].isValid())
+        if (source[i].isValid()) {
             ASSERT_EQ(cloud[i], cylinder.projection(source[i]));
-        else
+        } else {
             ASSERT_TRUE(test::samePoint(cloud[i], source[i]));
+        }
     }
 
     MPointCloud onImage;
