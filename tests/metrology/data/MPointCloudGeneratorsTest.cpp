@@ -228,3 +228,20 @@ TEST(MPointCloudGenerators, RangeImageAverageNormalWeighsQuadsByArea)
     image.setValues(z);
     EXPECT_TRUE(test::near(image.averageNormal(), MVector3d(0.0, -4.0, 4.0).normalized(), 1e-15));
 }
+
+TEST(MPointCloudGenerators, DegenerateImagesGiveCloudsWithoutPoints)
+{
+    MPointCloud cloud;
+    cloud.from(MRangeImage(), true, true);
+    EXPECT_EQ(cloud.numPoints(), 0);
+    EXPECT_EQ(cloud.numNormals(), 0);
+
+    MRangeImage image(3, 4);
+    image.init(1.0);
+    image.setPixelSize(std::numeric_limits<double>::quiet_NaN(), 1.0);
+    cloud.from(image, MBoolArray(), true, false);
+    EXPECT_EQ(cloud.numPoints(), 12);
+    EXPECT_EQ(cloud.numValidPoints(), 0);
+    EXPECT_EQ(image.toPointCloud(true, true).numValidPoints(), 0);
+    EXPECT_FALSE(image.averageNormal().isValid());
+}

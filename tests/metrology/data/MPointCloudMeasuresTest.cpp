@@ -360,3 +360,27 @@ TEST(MPointCloudMeasures, IntersectionKeepsThePointsInsideTheSolid)
     EXPECT_EQ(cloud.intersection(MSphere()).numPoints(), 0);
     EXPECT_EQ(MPointCloud().intersection(MBox(MVector3d(0, 0, 0), MVector3d(1, 1, 1))).numPoints(), 0);
 }
+
+TEST(MPointCloudMeasures, EmptyCloudsAnswerWithEmptyResults)
+{
+    MPointCloud empty;
+    empty.colorize(nullptr, MColormap(), MColor::Red);
+    const double none = 0.0;
+    empty.colorize(&none, MColormap(), MColor::Red);
+    EXPECT_EQ(empty.numColors(), 0);
+    empty.computeDistancesTo(MPlane::Z, 1.0, nullptr);
+    empty.projectOnto(MPlane::Z);
+    EXPECT_EQ(empty.regionPoints(MRegions(), -1).numPoints(), 0);
+    EXPECT_EQ(empty.intersection(MSphere::UnitSphere).numPoints(), 0);
+    EXPECT_FALSE(empty.centroid().isValid());
+
+    // Labels beyond the cloud do not reach past its end.
+    MPointCloud two(2);
+    two[0] = MVector3d(1, 2, 3);
+    MRegions wide(5);
+    wide.addRegion();
+    for (int i = 0; i < 5; ++i)
+        wide.addToRegion(i, 0);
+    EXPECT_EQ(two.regionPoints(wide, 0).numPoints(), 1);
+    EXPECT_EQ(two.regionPoints(wide, -1).numPoints(), 1);
+}

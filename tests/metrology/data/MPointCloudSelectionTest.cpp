@@ -355,3 +355,25 @@ TEST(MPointCloudSelection, CleanSmallSegmentsDropsSmallGroups)
     test::ScopedExceptions on;
     EXPECT_MEXCEPTION(refused.cleanSmallSegments(10, NaN), "MPointCloud::connectivitySegmentation: invalid radius!");
 }
+
+TEST(MPointCloudSelection, BadParametersGiveEmptyRegionsWithoutHarm)
+{
+    const MPointCloud cloud = mixedCloud(9, 1, 200);
+    const MPointCloud empty;
+    const MPointCloud invalidOnly(5);
+    for (const MPointCloud *c : {&cloud, &empty, &invalidOnly}) {
+        EXPECT_EQ(c->selectNumNeighbors(NaN, 0, 100).size(), c->size());
+        EXPECT_EQ(c->selectNumNeighbors(-Marker, 0, 100).size(), c->size());
+        EXPECT_EQ(c->selectDistanceRange(cloud, 0.0, std::numeric_limits<double>::infinity()).size(), c->size());
+        EXPECT_EQ(c->selectDistanceRange(MPlane::Z, NaN, NaN).regionSize(0), 0);
+        EXPECT_EQ(c->selectX(NaN, Marker).regionSize(0), 0);
+        EXPECT_EQ(c->selectNormalZ(NaN, 1.0, true).regionSize(0), 0);
+        EXPECT_EQ(c->selectDistanceRange(MCone(MVector3d(0, 0, 0), MVector3d(0, 0, 1), 1.0, NaN, NaN), -1.0, 1.0).size(), c->size());
+        MPointCloud copy = *c;
+        EXPECT_EQ(copy.cleanSmallSegments(-4, -1.0), 0);
+        copy.cleanSmallSegments(3, Marker);
+        copy.reduceToRegions(c->selectZ(0.0, 1.0));
+        EXPECT_EQ(copy.numPoints(), c->numPoints());
+    }
+    EXPECT_EQ(invalidOnly.selectNumNeighbors(NaN, 0, 100).regionSize(0), 0);
+}
