@@ -132,7 +132,7 @@ MPointCloud MPointCloud::regionPoints(const MRegions &regions, int id) const
         return MPointCloud();
     const int n = std::min(numPoints(), regions.size());
     std::vector<int> members;
-    members.reserve(std::size_t(regions.regionSize(id < 0 ? -1 : id)));
+    members.reserve(std::size_t(regions.regionSize(id)));
     for (int i = 0; i < n; ++i)
         if (id < 0 ? regions.contains(i) : regions[i] == id)
             members.push_back(i);
