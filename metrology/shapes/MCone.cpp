@@ -6,19 +6,6 @@
 
 namespace ZOLAR3D {
 
-MCone::MCone(const MVector3d &position, const MVector3d &direction, double radius, double angle, double length,
-             bool alreadyNormalized)
-    : m_position(position), m_radius(radius), m_length(length)
-{
-    setDirection(direction, alreadyNormalized);
-    setAngle(angle);
-}
-
-void MCone::setDirection(const MVector3d &direction, bool alreadyNormalized)
-{
-    MAxialShape::setAxis(m_direction, direction, alreadyNormalized);
-}
-
 MLine MCone::axis() const { return MLine(m_position, m_direction, m_length); }
 
 MVector3d MCone::apex() const
