@@ -236,41 +236,6 @@ public:
     // The valid points of both clouds, unorganised.
     MPointCloud operator+(const MPointCloud &other) const;
 
-    // Files. Every path comes narrow (UTF-8) or wide; the narrow form widens
-    // and forwards. A file that will not open gives false.
-    //
-    // PCD version .7: the three body modes are read; the writer always
-    // compresses, with 8-byte coordinates for precision 2 and 4-byte ones
-    // otherwise, colours when hasColors() and never normals. A header that
-    // cannot be read raises "The PCD file header is unknown or the version is
-    // not supported". loadPcd is true when the file holds at least one point.
-    bool loadPcd(const char *path);
-    bool loadPcd(const wchar_t *path);
-    bool savePcd(const char *path, int precision) const;
-    bool savePcd(const wchar_t *path, int precision) const;
-    // Text points: x, y and z per line. Unorganised; true when a point was read.
-    bool loadAscii(const char *path);
-    bool loadAscii(const wchar_t *path);
-    bool saveAscii(const char *path) const;
-    bool saveAscii(const wchar_t *path) const;
-    // Text points with colours: x y z red green blue per line. The reader
-    // negates z and stops at the third line that does not hold six numbers.
-    bool loadAsciiRgb(const char *path);
-    bool loadAsciiRgb(const wchar_t *path);
-    bool saveAsciiRgb(const char *path) const;
-    bool saveAsciiRgb(const wchar_t *path) const;
-    // OBJ vertices ("v x y z"); other lines are ignored.
-    bool loadObj(const char *path);
-    bool loadObj(const wchar_t *path);
-    bool saveObj(const char *path) const;
-    bool saveObj(const wchar_t *path) const;
-    // By exact, case-sensitive suffix: "obj", "txt", "asc", "xyz", "xyzrgb"
-    // or "pcd" (saved with double coordinates); any other suffix gives false.
-    bool load(const char *path);
-    bool load(const wchar_t *path);
-    bool save(const char *path) const;
-    bool save(const wchar_t *path) const;
-
     // Processing. Each call builds a k-d tree of the cloud for itself. Points
     // are removed by invalidation, so the arrays keep their length and order
     // and a grid its shape, unless a function says it replaces the cloud.
@@ -374,6 +339,41 @@ public:
     // curvature have no region. Normals are computed first, and kept, when the
     // cloud has none.
     MRegions curvatureSegmentation(int minSize, double maxCurvatureDifference, double radius = -4.0);
+
+    // Files. Every path comes narrow (UTF-8) or wide; the narrow form widens
+    // and forwards. A file that will not open gives false.
+    //
+    // PCD version .7: the three body modes are read; the writer always
+    // compresses, with 8-byte coordinates for precision 2 and 4-byte ones
+    // otherwise, colours when hasColors() and never normals. A header that
+    // cannot be read raises "The PCD file header is unknown or the version is
+    // not supported". loadPcd is true when the file holds at least one point.
+    bool loadPcd(const char *path);
+    bool loadPcd(const wchar_t *path);
+    bool savePcd(const char *path, int precision) const;
+    bool savePcd(const wchar_t *path, int precision) const;
+    // Text points: x, y and z per line. Unorganised; true when a point was read.
+    bool loadAscii(const char *path);
+    bool loadAscii(const wchar_t *path);
+    bool saveAscii(const char *path) const;
+    bool saveAscii(const wchar_t *path) const;
+    // Text points with colours: x y z red green blue per line. The reader
+    // negates z and stops at the third line that does not hold six numbers.
+    bool loadAsciiRgb(const char *path);
+    bool loadAsciiRgb(const wchar_t *path);
+    bool saveAsciiRgb(const char *path) const;
+    bool saveAsciiRgb(const wchar_t *path) const;
+    // OBJ vertices ("v x y z"); other lines are ignored.
+    bool loadObj(const char *path);
+    bool loadObj(const wchar_t *path);
+    bool saveObj(const char *path) const;
+    bool saveObj(const wchar_t *path) const;
+    // By exact, case-sensitive suffix: "obj", "txt", "asc", "xyz", "xyzrgb"
+    // or "pcd" (saved with double coordinates); any other suffix gives false.
+    bool load(const char *path);
+    bool load(const wchar_t *path);
+    bool save(const char *path) const;
+    bool save(const wchar_t *path) const;
 
     // Measures. Only valid points count.
 

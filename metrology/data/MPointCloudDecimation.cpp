@@ -154,7 +154,7 @@ private:
 // ---- Voxel decimation
 
 MPointCloudVoxelDecimation::MPointCloudVoxelDecimation(double voxelSize)
-    : m_voxelSize(voxelSize), m_voxels(BucketCount), m_grid(MVector3d(), 1.0)
+    : m_voxelSize(voxelSize), m_voxels(1), m_grid(MVector3d(), 1.0)
 {
 }
 
@@ -166,9 +166,12 @@ MVoxelGrid MPointCloudVoxelDecimation::frame(const MPointCloud &cloud)
     if (!(m_voxelSize > 0.0))
         m_voxelSize = 1.0;
     const ValidCorner corner(cloud);
-    // Chains stay short on clouds larger than the table.
-    if (corner.count > m_voxels.bucketCount())
-        m_voxels.resizeBuckets(corner.count);
+    int buckets = MinBucketCount;
+    while (buckets < corner.count && buckets < (1 << 30))
+        buckets *= 2;
+    m_voxels.resizeBuckets(buckets);
+    // Only the part used is ever touched, and no regrowth copies it.
+    m_voxelsInOrder.reserve(corner.count);
     return MVoxelGrid(corner.minimum, m_voxelSize);
 }
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -25,8 +26,6 @@ constexpr int NormalNeighbors = 50;
 constexpr int NormalAttempts = 5;
 // A patch needs more neighbours than this to count as a surface.
 constexpr int NormalMinNeighbors = 9;
-
-void buildTree(MKdTree &tree, const MPointCloud &cloud) { tree.from(cloud.points(), cloud.numPoints()); }
 
 // The valid points of an array, their count and their bounding box.
 struct ValidPoints {
@@ -81,13 +80,13 @@ public:
     // The distance, or a negative number when there is no such point.
     double distanceFrom(const MVector3d &p)
     {
-        // Each round either halves the unknown range or widens the buffer, so
-        // a few dozen rounds settle any double; the cap only guards against
-        // coordinates beyond what the tree's boxes hold.
+        // A few dozen rounds of growing and shrinking settle any spacing that
+        // doubles hold; the cap guards against coordinates beyond what the
+        // tree's single-precision boxes hold.
         for (int round = 0; round < 256; ++round) {
             const int capacity = int(m_ball.size());
             const int found = m_tree.findAllNeighbors(p, m_radius, capacity, m_ball.data(), nullptr);
-            double closest2 = MInvalid;
+            double closest2 = std::numeric_limits<double>::infinity();
             for (int i = 0; i < found; ++i) {
                 const double d2 = (m_ball[i] - p).dot(m_ball[i] - p);
                 if (d2 > 0.0 && d2 < closest2)
@@ -96,7 +95,7 @@ public:
             const double closest = std::sqrt(closest2);
             if (found < capacity) {
                 // The whole ball was seen: its closest point is the answer.
-                if (closest2 < MInvalid) {
+                if (closest2 < std::numeric_limits<double>::infinity()) {
                     m_radius = 2.0 * closest;
                     return closest;
                 }
@@ -135,7 +134,7 @@ int neighborBufferSize(int numPoints) { return std::max(numPoints / 10 + 1, std:
 double MPointCloud::averagePointDistance(int numSamples) const
 {
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     return averagePointDistance(tree, numSamples);
 }
 
@@ -170,7 +169,7 @@ double MPointCloud::absoluteDistance(const MKdTree &tree, double distance) const
 double MPointCloud::density() const
 {
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     const double radius = 4.0 * averagePointDistance(tree, 1000);
     if (!(radius > 0.0))
         return 0.0;
@@ -187,7 +186,7 @@ void MPointCloud::computePointDensities(double *out, double radius) const
     if (!out)
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     radius = absoluteDistance(tree, radius);
     const MVector3d *p = points();
     const int n = numPoints();
@@ -204,7 +203,7 @@ void MPointCloud::computeNumNeighbors(int *out, double radius) const
     if (!out)
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     radius = absoluteDistance(tree, radius);
     const MVector3d *p = points();
     const int n = numPoints();
@@ -219,7 +218,7 @@ void MPointCloud::computeNumNeighbors(int *out, double radius) const
 void MPointCloud::computeNormals(double radius)
 {
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     computeNormals(tree, radius);
 }
 
@@ -250,7 +249,7 @@ void MPointCloud::computePointCurvatures(double *out, double radius)
     if (!out)
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     computePointCurvatures(tree, out, radius);
 }
 
@@ -347,7 +346,7 @@ void MPointCloud::filterGauss(double sigma, double strength)
         return;
     strength = std::min(strength, 1.0);
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     sigma = absoluteDistance(tree, sigma);
     // Without extent there is nothing to average over.
     if (!(sigma > 0.0))
@@ -382,7 +381,7 @@ void MPointCloud::filterBilateral(double sigma, double sigmaNormal)
     if (!(sigmaNormal > 0.0))
         return;
     MKdTree tree;
-    buildTree(tree, *this);
+    tree.from(*this);
     sigma = absoluteDistance(tree, sigma);
     if (!(sigma > 0.0))
         return;

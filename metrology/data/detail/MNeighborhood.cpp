@@ -29,9 +29,11 @@ bool surfaceNormal(const MVector3d *points, int count, MVector3f &normal)
     }
     Eigen::Matrix3d scatter;
     scatter << xx, xy, xz, xy, yy, yz, xz, yz, zz;
-    // The closed form is exact to rounding here: a surface patch has its two
-    // large eigenvalues within a factor of seven, so the least one, whose
-    // vector is wanted, stands well apart from them.
+    // The closed form rather than the principal components' iterative
+    // solver: it is exact to rounding here, since a surface patch has its two
+    // large eigenvalues within a factor of seven and the least one, whose
+    // vector is wanted, stands well apart from them; and it saves about a
+    // quarter of the time of computeNormals.
     Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver;
     solver.computeDirect(scatter);
     // Ascending order: the two largest are hi and lo.

@@ -29,7 +29,10 @@ public:
     using Map = MBlockMap<MVoxelCell, Sums>;
     using Voxel = Map::Node;
 
-    static constexpr int BucketCount = 0x100000;
+    // The table has a power-of-two bucket count of at least one per valid
+    // point, 0x100000 for a million points: chains stay short, and a small
+    // cloud keeps a table that fits the cache. The output does not depend on it.
+    static constexpr int MinBucketCount = 1024;
 
     // A size that is not above 0 stands for the cloud's average point distance.
     explicit MPointCloudVoxelDecimation(double voxelSize);

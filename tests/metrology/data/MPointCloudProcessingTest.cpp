@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <sstream>
+#include <string>
 #include <random>
 #include <vector>
 
@@ -141,6 +144,24 @@ TEST(MPointCloudSpacing, DensityOfAUnitGridIsAboutOnePointPerUnitArea)
     EXPECT_LT(density, 1.02);
     EXPECT_NEAR(planeGrid(300, 300, 0.5).density(), 4.0 * density, 1e-9);
     EXPECT_EQ(MPointCloud().density(), 0.0);
+}
+
+TEST(MPointCloudSpacing, DensityIsTheMeanDensityWithinFourSpacings)
+{
+    // Up to 1000 valid points every point is a sample.
+    MPointCloud cloud = randomCloud(700, 10.0, 12);
+    cloud.invalidatePoint(3);
+    const double radius = 4.0 * cloud.averagePointDistance(1000);
+    double sum = 0.0;
+    for (int i = 0; i < cloud.numPoints(); ++i) {
+        if (!cloud.point(i).isValid())
+            continue;
+        for (int j = 0; j < cloud.numPoints(); ++j) {
+            const MVector3d d = cloud.point(j) - cloud.point(i);
+            sum += cloud.point(j).isValid() && d.dot(d) <= radius * radius ? 1.0 : 0.0;
+        }
+    }
+    EXPECT_NEAR(cloud.density(), sum / (699 * MAngle::Pi * radius * radius), 1e-12);
 }
 
 TEST(MPointCloudSpacing, NeighbourCountsAndDensitiesMatchBruteForce)
@@ -320,6 +341,40 @@ TEST(MPointCloudNormals, NegativeRadiusCountsInPointSpacings)
     EXPECT_EQ(automatic, relative);
     doubled.computeNormals(-2.0);
     EXPECT_NE(automatic, doubled);
+}
+
+TEST(MPointCloudNormals, RealScanAgreesWithItsReferenceNormals)
+{
+    const std::string path = test::dataFile("pcl_test/sac_plane_test.pcd");
+    if (path.empty())
+        GTEST_SKIP() << "shared data absent";
+    MPointCloud scan;
+    ASSERT_TRUE(scan.loadPcd(path.c_str()));
+    // The ASCII body carries a normal after each point.
+    std::ifstream file(path);
+    std::string line;
+    while (std::getline(file, line) && line.rfind("DATA", 0) != 0) {
+    }
+    std::vector<MVector3d> reference;
+    for (double x, y, z, nx, ny, nz; std::getline(file, line);) {
+        std::istringstream(line) >> x >> y >> z >> nx >> ny >> nz;
+        reference.push_back(MVector3d(nx, ny, nz).normalized());
+    }
+    ASSERT_EQ(int(reference.size()), scan.numPoints());
+
+    scan.computeNormals(0.0);
+    // A noisy scene of several surfaces: the reference came from smaller
+    // neighbourhoods, so agreement is close for most points, not for all.
+    std::vector<double> degrees;
+    for (int i = 0; i < scan.numPoints(); ++i) {
+        const MVector3d n(scan.normal(i));
+        ASSERT_TRUE(n.isValid()) << i;
+        EXPECT_GE(n.z(), 0.0) << i;
+        degrees.push_back(MAngle::RadToDeg(std::acos(std::min(1.0, std::fabs(n.dot(reference[i]))))));
+    }
+    std::sort(degrees.begin(), degrees.end());
+    EXPECT_LT(degrees[degrees.size() / 2], 9.0);
+    EXPECT_LT(degrees[degrees.size() * 8 / 10], 20.0);
 }
 
 // ---- Curvature
@@ -622,4 +677,46 @@ TEST(MPointCloudMerging, IntegratingItselfDoublesTheValidPoints)
     EXPECT_TRUE(cloud.point(9) == cloud.point(0));
     EXPECT_TRUE(cloud.point(16) == cloud.point(8));
     EXPECT_EQ(cloud.numValidPoints(), 16);
+}
+
+// ---- Bad input
+
+TEST(MPointCloudBadInput, EveryOperationTakesEmptyInvalidAndNaNCloudsAndOddRadii)
+{
+    MPointCloud nanLaden = planeGrid(12, 12, 1.0);
+    for (int i = 0; i < nanLaden.numPoints(); i += 5)
+        nanLaden.setPoint(i, MVector3d(i % 2 ? NaN : 1.0, NaN, 2.0));
+    const MPointCloud clouds[] = {MPointCloud(), MPointCloud(30), nanLaden};
+    const double radii[] = {0.0, -1.0, 2.0, NaN, std::numeric_limits<double>::infinity()};
+    for (const MPointCloud &source : clouds) {
+        for (double radius : radii) {
+            MPointCloud cloud = source;
+            const int n = cloud.numPoints();
+            std::vector<double> values(n);
+            std::vector<int> counts(n);
+            cloud.computeNormals(radius);
+            EXPECT_EQ(cloud.numNormals(), n);
+            cloud.computePointCurvatures(values.data(), radius);
+            cloud.computePointDensities(values.data(), radius);
+            cloud.computeNumNeighbors(counts.data(), radius);
+            cloud.cleanOutliers(radius, 3);
+            cloud.cleanSparsePoints(0.1, radius);
+            cloud.cleanSteepPoints(0.5, MVector3d::ZUnit);
+            cloud.filterGauss(radius, 0.5);
+            cloud.filterBilateral(radius, 0.1);
+            for (int i = 0; i < cloud.numPoints(); ++i) {
+                const MVector3d p = cloud.point(i);
+                if (p.isValid()) {
+                    ASSERT_TRUE(std::isfinite(p.x() + p.y() + p.z()));
+                }
+            }
+            cloud.extremePoint(2, true, 3, 1);
+            cloud.integrate(source);
+            cloud.decimateByMinimumPointDistance(radius, radius < 0, 1);
+            cloud.decimateVoxelBased(radius, radius > 0, 2);
+            EXPECT_LE(cloud.numValidPoints(), 2 * source.numValidPoints());
+        }
+        EXPECT_GE(source.averagePointDistance(1000), 0.0);
+        EXPECT_GE(source.density(), 0.0);
+    }
 }
