@@ -11,6 +11,10 @@
 
 namespace ZOLAR3D {
 
+class MLine;
+class MLineSegment;
+class MPlane;
+
 // The container of 3D scan points: positions in double precision, optional
 // per-point colours and normals, and an optional grid organisation of
 // height rows by width columns. A plain value: copies are deep.
@@ -255,6 +259,18 @@ public:
     bool load(const wchar_t *path);
     bool save(const char *path) const;
     bool save(const wchar_t *path) const;
+
+    // Least-squares fits of the valid points, without an outlier pass.
+    // Too few valid points raise the fit's failure; the neutral result is
+    // an invalid shape.
+    // At least 3 points; u and v are the half-extent vectors of the points'
+    // bounding rectangle in the plane, whose centre is the position.
+    MPlane fitPlane() const;
+    // At least 2 points; the position is the middle of their span, which is
+    // the length attribute.
+    MLine fitLine() const;
+    // At least 2 points; two points come back as given, start first.
+    MLineSegment fitLineSegment() const;
 
 private:
     static bool isIndex(int i, int count) { return static_cast<unsigned>(i) < static_cast<unsigned>(count); }

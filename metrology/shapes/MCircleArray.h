@@ -1,0 +1,6 @@
+#pragma once
+
+#include "MCircle.h"
+#include "MTypedArray.h"
+
+ZOL3D_TYPED_ARRAY(MCircleArray, MCircle);

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "MLine.h"
+#include "MTypedArray.h"
+
+ZOL3D_TYPED_ARRAY(MLineArray, MLine);

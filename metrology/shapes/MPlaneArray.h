@@ -1,0 +1,6 @@
+#pragma once
+
+#include "MPlane.h"
+#include "MTypedArray.h"
+
+ZOL3D_TYPED_ARRAY(MPlaneArray, MPlane);

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "MSphere.h"
+#include "MTypedArray.h"
+
+ZOL3D_TYPED_ARRAY(MSphereArray, MSphere);
