@@ -11,9 +11,13 @@
 
 namespace ZOLAR3D {
 
+class MCircle;
+class MCone;
+class MCylinder;
 class MLine;
 class MLineSegment;
 class MPlane;
+class MSphere;
 
 // The container of 3D scan points: positions in double precision, optional
 // per-point colours and normals, and an optional grid organisation of
@@ -271,6 +275,33 @@ public:
     MLine fitLine() const;
     // At least 2 points; two points come back as given, start first.
     MLineSegment fitLineSegment() const;
+
+    // Orthogonal-distance fits: the sum of squared geometric distances of
+    // the valid points is minimised. A fixedRadius of 0 leaves the radius
+    // free; a negative or non-finite one gives an invalid shape, as do
+    // points that do not determine the shape (collinear for a circle,
+    // coplanar for a sphere).
+    // At least 3 points; the normal's dominant component is positive.
+    MCircle fitCircle(double fixedRadius) const;
+    // The plane of the principal components, then the circle in it: faster
+    // than fitCircle, and exact only for points in one plane. With a fixed
+    // radius only the centre is fitted, and the radius reported is that of
+    // the algebraic start.
+    MCircle fitCircleFast(double fixedRadius) const;
+    // The smallest circle, in the plane of fitCircle(0.0), that encloses the
+    // points projected into that plane.
+    MCircle fitCircleMC() const;
+    // Any number of points: up to 4 give their exact sphere (one point
+    // gives itself with radius 0, which is not a valid sphere).
+    MSphere fitSphere(double fixedRadius) const;
+    // The smallest enclosing sphere.
+    MSphere fitSphereMC() const;
+    // At least 5 points. The position is the middle of the points' span
+    // along the axis and the length that span.
+    MCylinder fitCylinder(double fixedRadius) const;
+    // At least 6 points. The direction points to the apex; the position is
+    // the middle of the points' span along the axis, with the radius there.
+    MCone fitCone() const;
 
 private:
     static bool isIndex(int i, int count) { return static_cast<unsigned>(i) < static_cast<unsigned>(count); }
