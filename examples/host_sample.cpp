@@ -73,5 +73,21 @@ int main()
     printPoint("window corner", window.point(0, 0));
     window.removeInvalidPoints();
     describe("window, holes removed", window);
+
+    // The best-fit plane of the whole scan and how far the surface departs
+    // from it: one signed distance per point, holes marked so that the
+    // statistics leave them out.
+    const MPlane plane = cloud.fitPlane();
+    std::printf("best-fit plane\n");
+    printPoint("position", plane.position());
+    printPoint("normal", plane.normal());
+    std::printf("  %-22s %8.3f x %8.3f\n", "extent", 2.0 * plane.u().norm(), 2.0 * plane.v().norm());
+    MDoubleArray residuals(cloud.numPoints());
+    for (int i = 0; i < cloud.numPoints(); ++i)
+        residuals[i] = cloud.points()[i].isValid() ? plane.distance(cloud.points()[i]) : MInvalid;
+    const MStatistics statistics(residuals.data(), residuals.size());
+    std::printf("  residuals of %d points: min %.4f, max %.4f, mean %.2e, standard deviation %.4f, rms %.4f\n",
+                statistics.count, statistics.minimum, statistics.maximum, statistics.mean,
+                statistics.standardDeviation, statistics.rms);
     return 0;
 }

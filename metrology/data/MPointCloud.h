@@ -519,6 +519,45 @@ public:
     // the mask count as false.
     void from(const MRangeImage &image, const MBoolArray &mask, bool withNormals, bool withColors);
 
+    // Least-squares fits of the valid points, without an outlier pass.
+    // Too few valid points raise the fit's failure; the neutral result is
+    // an invalid shape.
+    // At least 3 points; u and v are the half-extent vectors of the points'
+    // bounding rectangle in the plane, whose centre is the position.
+    MPlane fitPlane() const;
+    // At least 2 points; the position is the middle of their span, which is
+    // the length attribute.
+    MLine fitLine() const;
+    // At least 2 points; two points come back as given, start first.
+    MLineSegment fitLineSegment() const;
+
+    // Orthogonal-distance fits: the sum of squared geometric distances of
+    // the valid points is minimised. A fixedRadius of 0 leaves the radius
+    // free; a negative or non-finite one gives an invalid shape, as do
+    // points that do not determine the shape (collinear for a circle,
+    // coplanar for a sphere).
+    // At least 3 points; the normal's dominant component is positive.
+    MCircle fitCircle(double fixedRadius) const;
+    // The plane of the principal components, then the circle in it: faster
+    // than fitCircle, and exact only for points in one plane. With a fixed
+    // radius only the centre is fitted, and the radius reported is that of
+    // the algebraic start.
+    MCircle fitCircleFast(double fixedRadius) const;
+    // The smallest circle, in the plane of fitCircle(0.0), that encloses the
+    // points projected into that plane.
+    MCircle fitCircleMC() const;
+    // Any number of points: up to 4 give their exact sphere (one point
+    // gives itself with radius 0, which is not a valid sphere).
+    MSphere fitSphere(double fixedRadius) const;
+    // The smallest enclosing sphere.
+    MSphere fitSphereMC() const;
+    // At least 5 points. The position is the middle of the points' span
+    // along the axis and the length that span.
+    MCylinder fitCylinder(double fixedRadius) const;
+    // At least 6 points. The direction points to the apex; the position is
+    // the middle of the points' span along the axis, with the radius there.
+    MCone fitCone() const;
+
 private:
     // An empty labelling of the cloud's points, with its grid when organised.
     MRegions emptyRegions() const;

@@ -1,0 +1,175 @@
+#include "MLevenbergMarquardt.h"
+
+#include <Eigen/Dense>
+
+#include <algorithm>
+#include <vector>
+
+namespace ZOLAR3D {
+
+namespace {
+
+// The callbacks of one minimisation and its scratch memory.
+class Objective {
+public:
+    Objective(MLevenbergMarquardt::ResidualFunction residual, MLevenbergMarquardt::GradientFunction gradient, int n,
+              int m, void *context)
+        : m_residual(residual), m_gradient(gradient), m_n(n), m_m(m), m_context(context), m_g(n),
+          m_packed(std::size_t(n) * (n + 1) / 2)
+    {
+    }
+
+    double sumOfSquares(const double *parameters) const
+    {
+        double chi2 = 0.0;
+        for (int i = 0; i < m_m; ++i) {
+            double r;
+            if (m_residual(i, parameters, r, m_context))
+                chi2 += r * r;
+        }
+        return chi2;
+    }
+
+    // The sum of squares with the normal equations H = sum g g^T and
+    // b = sum r g. Only the upper triangle of H is summed, packed row by
+    // row so that the inner loop runs over contiguous memory.
+    double normalEquations(const double *parameters, Eigen::MatrixXd &h, Eigen::VectorXd &b)
+    {
+        std::fill(m_packed.begin(), m_packed.end(), 0.0);
+        b.setZero();
+        double chi2 = 0.0;
+        double *g = m_g.data();
+        for (int i = 0; i < m_m; ++i) {
+            std::fill(g, g + m_n, 0.0);
+            double r;
+            if (!m_gradient(i, parameters, r, g, m_context))
+                continue;
+            chi2 += r * r;
+            double *row = m_packed.data();
+            for (int j = 0; j < m_n; ++j) {
+                const double gj = g[j];
+                b[j] += r * gj;
+                for (int k = j; k < m_n; ++k)
+                    *row++ += gj * g[k];
+            }
+        }
+        const double *row = m_packed.data();
+        for (int j = 0; j < m_n; ++j)
+            for (int k = j; k < m_n; ++k)
+                h(j, k) = h(k, j) = *row++;
+        return chi2;
+    }
+
+private:
+    MLevenbergMarquardt::ResidualFunction m_residual;
+    MLevenbergMarquardt::GradientFunction m_gradient;
+    int m_n;
+    int m_m;
+    void *m_context;
+    std::vector<double> m_g;
+    std::vector<double> m_packed;
+};
+
+// One minimisation: the damping, the counts and the parameter vectors.
+class Minimization {
+public:
+    Minimization(MLevenbergMarquardtOptions &options, Objective &objective, int n, void *context)
+        : m_options(options), m_objective(objective), m_context(context), m_lambda(options.lambdaStart),
+          m_trial(n), m_b(n), m_h(n, n), m_damped(n, n), m_ldlt(n)
+    {
+    }
+
+    // Runs from `parameters` and leaves the result there.
+    bool run(double *parameters, double tolerance)
+    {
+        const int n = static_cast<int>(m_trial.size());
+        m_current = Eigen::Map<const Eigen::VectorXd>(parameters, n);
+        for (;;) {
+            m_lambda *= m_options.lambdaDecrement;
+            ++m_outer;
+            normalize(m_current);
+            const double chi2 = m_objective.normalEquations(m_current.data(), m_h, m_b);
+            m_options.residual = chi2;
+            double chi2New;
+            if (tryStepsUntilBetter(chi2, tolerance, chi2New)) {
+                Eigen::Map<Eigen::VectorXd>(parameters, n) = m_trial;
+                m_options.residual = chi2New;
+                return true;
+            }
+            if (chi2 > chi2New) {
+                m_current = m_trial;
+                m_options.residual = chi2New;
+            }
+            if (m_total >= m_options.maxNumIterations || m_outer >= m_options.maxNumDecrementIterations ||
+                !(m_lambda > m_options.lambdaMin) || !(m_lambda < m_options.lambdaMax))
+                break;
+        }
+        Eigen::Map<Eigen::VectorXd>(parameters, n) = m_current;
+        return false;
+    }
+
+    int total() const { return m_total; }
+
+private:
+    // Tries steps from the current parameters with growing damping until one
+    // lowers the sum or a limit is reached. True when a step converged: its
+    // gain was positive and below the tolerance.
+    bool tryStepsUntilBetter(double chi2, double tolerance, double &chi2New)
+    {
+        int inner = 0;
+        do {
+            m_lambda *= m_options.lambdaIncrement;
+            ++inner;
+            ++m_total;
+            m_damped = m_h;
+            m_damped.diagonal().array() += m_lambda;
+            m_ldlt.compute(m_damped);
+            m_trial = m_current - m_ldlt.solve(m_b);
+            normalize(m_trial);
+            chi2New = m_objective.sumOfSquares(m_trial.data());
+            const double gain = chi2 - chi2New;
+            if (0.0 < gain && gain < tolerance)
+                return true;
+            if (chi2New < chi2 || m_total >= m_options.maxNumIterations ||
+                inner >= m_options.maxNumIncrementIterations)
+                return false;
+        } while (m_options.lambdaMax > m_lambda);
+        return false;
+    }
+
+    void normalize(Eigen::VectorXd &parameters)
+    {
+        if (m_options.parameterNormalizationFunction)
+            m_options.parameterNormalizationFunction(parameters.data(), m_context);
+    }
+
+    MLevenbergMarquardtOptions &m_options;
+    Objective &m_objective;
+    void *m_context;
+    double m_lambda;
+    int m_total = 0;
+    int m_outer = 0;
+    Eigen::VectorXd m_current, m_trial, m_b;
+    Eigen::MatrixXd m_h, m_damped;
+    Eigen::LDLT<Eigen::MatrixXd> m_ldlt;
+};
+
+} // namespace
+
+bool MLevenbergMarquardt::minimize(MLevenbergMarquardtOptions &options, ResidualFunction residual,
+                                   GradientFunction gradient, double *parameters, int numParameters,
+                                   int numResiduals, void *context, int *numIterations)
+{
+    if (numIterations)
+        *numIterations = 0;
+    if (numParameters < 1 || numResiduals < 0 || !parameters || !residual || !gradient)
+        return false;
+    Objective objective(residual, gradient, numParameters, numResiduals, context);
+    Minimization minimization(options, objective, numParameters, context);
+    const bool converged = minimization.run(parameters, numResiduals * options.convergence);
+    if (numIterations)
+        *numIterations = minimization.total();
+    return converged;
+}
+
+} // namespace ZOLAR3D
