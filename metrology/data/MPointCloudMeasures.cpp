@@ -95,6 +95,8 @@ MBox MPointCloud::boundingBox() const
     return MBox(bounds.minimum, bounds.maximum);
 }
 
+MSphere MPointCloud::boundingSphere() const { return fitSphereMC(); }
+
 MVector3d MPointCloud::centroid() const
 {
     detail::MMeanPoint mean;

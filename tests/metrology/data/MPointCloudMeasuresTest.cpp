@@ -127,6 +127,18 @@ TEST(MPointCloudMeasures, BoundingBoxSpansTheValidPoints)
     EXPECT_EQ(MPointCloud().boundingBox(), MBox());
 }
 
+TEST(MPointCloudMeasures, BoundingSphereIsTheSmallestEnclosingSphere)
+{
+    // The ends of a diameter decide it; the other points lie inside.
+    MPointCloud cloud = mixedCloud(6, 300, 1.0);
+    cloud.add(-5.0, 1.0, 2.0);
+    cloud.add(5.0, 1.0, 2.0);
+    const MSphere sphere = cloud.boundingSphere();
+    EXPECT_TRUE(test::near(sphere.position(), MVector3d(0.0, 1.0, 2.0), 1e-12));
+    EXPECT_NEAR(sphere.radius(), 5.0, 1e-12);
+    EXPECT_FALSE(MPointCloud(4).boundingSphere().isValid());
+}
+
 TEST(MPointCloudMeasures, CentroidIsTheMeanOfTheValidPointsFarFromTheOrigin)
 {
     // Offsets of whole multiples of 2^-10 about a point 1e12 away: the points
