@@ -140,6 +140,8 @@ MRegions MPointCloud::selectDistanceRange(const MPointCloud &other, double /*min
 
 MRegions MPointCloud::selectNormal(const MVector3d &direction, double minAngle, double maxAngle, bool bothSides) const
 {
+    if (!direction.isValid())
+        return selectOneRegion(emptyRegions(), points(), numPoints(), [](int) { return false; });
     MPointCloud withNormals;
     const MVector3f *normal = normals();
     if (!hasNormals()) {
@@ -148,8 +150,6 @@ MRegions MPointCloud::selectNormal(const MVector3d &direction, double minAngle, 
         withNormals.computeNormals(0.0);
         normal = withNormals.normals();
     }
-    if (!direction.isValid())
-        return selectOneRegion(emptyRegions(), points(), numPoints(), [](int) { return false; });
     const double low = std::cos(maxAngle), high = std::cos(minAngle);
     return selectOneRegion(emptyRegions(), points(), numPoints(), [&](int i) {
         if (!normal[i].isValid())
