@@ -17,6 +17,7 @@ class MCylinder;
 class MLine;
 class MLineSegment;
 class MPlane;
+class MPrincipalComponentAnalysis;
 class MSphere;
 
 // The container of 3D scan points: positions in double precision, optional
@@ -263,6 +264,13 @@ public:
     bool load(const wchar_t *path);
     bool save(const char *path) const;
     bool save(const wchar_t *path) const;
+
+    // Measures
+    // Principal components of the valid points.
+    MPrincipalComponentAnalysis principalComponentAnalysis() const;
+    // The eigenvalues' magnitudes over their sum: about (1, 0, 0) for a line,
+    // (0.5, 0.5, 0) for a plane; Zero for at most one valid point.
+    MVector3d dimensionality() const;
 
     // Least-squares fits of the valid points, without an outlier pass.
     // Too few valid points raise the fit's failure; the neutral result is

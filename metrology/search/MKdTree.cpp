@@ -1,5 +1,6 @@
 #include "MKdTree.h"
 
+#include "MPointCloud.h"
 #include "metrology/search/detail/MKdTreeImpl.h"
 
 namespace ZOLAR3D {
@@ -13,6 +14,8 @@ void MKdTree::clear() { m_impl->clear(); }
 void MKdTree::from(const MVector3d *points, int numPoints) { m_impl->from(points, numPoints); }
 
 void MKdTree::from(const MVector3f *points, int numPoints) { m_impl->from(points, numPoints); }
+
+void MKdTree::from(const MPointCloud &cloud) { m_impl->from(cloud.points(), cloud.size()); }
 
 void MKdTree::insert(const MVector3d &point) { m_impl->insert(point); }
 

@@ -182,12 +182,21 @@ struct Slot {
 
 // The first guess of the nearest-neighbour search: descend while a child's box
 // holds the query, left before right, and take the nearest point of the node
-// reached, the first one on ties.
-Slot seed(const Node *root, const double *query, double &best2)
+// reached, the first one on ties. On the way, pathBound2 gathers the nearest
+// squared distance of the points of the last nodes passed that the search may
+// accept: the walk visits them all, so the answer is at least as near, and
+// farther boxes can be left out at once. Nodes higher up hold points too far
+// away to be worth the look.
+constexpr int BoundingPathNodes = 3;
+
+Slot seed(const Node *root, const double *query, bool ignoreZeroDistance, double &best2, double &pathBound2)
 {
     const BoxReach contains(query, 0.0);
+    const Node *path[BoundingPathNodes] = {};
     const Node *node = root;
     for (;;) {
+        std::copy(path + 1, path + BoundingPathNodes, path);
+        path[BoundingPathNodes - 1] = node;
         if (node->left && node->right)
             __builtin_prefetch(node->right);
         if (node->left && contains.passes(*node->left))
@@ -197,10 +206,18 @@ Slot seed(const Node *root, const double *query, double &best2)
         else
             break;
     }
+    // The node reached comes last, so that d2 keeps its distances.
+    double d2[BucketSize];
+    for (const Node *passed : path) {
+        if (!passed)
+            continue;
+        bucketDistances(*passed, query, 0.0, d2);
+        for (int i = 0; i < passed->count; ++i)
+            if (d2[i] < pathBound2 && !(ignoreZeroDistance && d2[i] == 0.0))
+                pathBound2 = d2[i];
+    }
     if (node->count == 0)
         return {};
-    double d2[BucketSize];
-    bucketDistances(*node, query, 0.0, d2);
     Slot best{node, 0};
     best2 = d2[0];
     for (int i = 1; i < node->count; ++i)
@@ -241,13 +258,17 @@ bool MKdTree::Impl::findNearestNeighbor(const MVector3d &query, double maxDistan
     }
     const double *q = query.data();
     double best2 = MInvalid;
-    Slot best = seed(root, q, best2);
+    double pathBound2 = INFINITY;
+    Slot best = seed(root, q, ignoreZeroDistance, best2, pathBound2);
     double bestDistance = best.node ? std::sqrt(best2) : MInvalid;
     const double max2 = maxDistance * maxDistance;
+    // Boxes are searched within the best distance so far, but no farther than
+    // the nearest point that the walk is sure to accept or beat.
+    const double searchLimit = std::min(maxDistance, std::sqrt(pathBound2));
 
     // The stack takes the right child first. Equal distances replace the
     // earlier best, so among equally near points the one visited last wins.
-    BoxReach reach(q, boxReach(std::min(bestDistance, maxDistance)));
+    BoxReach reach(q, boxReach(std::min(bestDistance, searchLimit)));
     MSmallStack<const Node *, InlineStackDepth> pending;
     pending.push(root);
     while (!pending.isEmpty()) {
@@ -266,7 +287,7 @@ bool MKdTree::Impl::findNearestNeighbor(const MVector3d &query, double maxDistan
                 best = {node, i};
                 best2 = bound2 = d2[i];
                 bestDistance = std::sqrt(d2[i]);
-                reach.setReach(boxReach(std::min(bestDistance, maxDistance)));
+                reach.setReach(boxReach(std::min(bestDistance, searchLimit)));
             }
         }
         if (node->left)

@@ -1,4 +1,5 @@
 #include "MKdTree.h"
+#include "MPointCloud.h"
 
 #include <gtest/gtest.h>
 
@@ -513,6 +514,27 @@ TEST(MKdTree, InvalidPointsKeepTheirIndex)
         EXPECT_EQ(nearest, points[index]);
         EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
     }
+}
+
+TEST(MKdTree, FromACloudUsesItsPointsAndPositions)
+{
+    MPointCloud cloud;
+    for (const MVector3d &p : randomPoints(200, 59))
+        cloud.add(p);
+    cloud.invalidatePoint(0);
+    MKdTree tree;
+    tree.from(cloud);
+    const std::vector<MVector3d> points(cloud.points(), cloud.points() + cloud.size());
+    for (int i : {1, 17, 199}) {
+        int index = -2;
+        EXPECT_TRUE(tree.findNearestNeighbor(points[i], 0.0, nullptr, &index, false));
+        EXPECT_EQ(index, i);
+    }
+    EXPECT_EQ(tree.findAllNeighbors(MVector3d::Zero, 10.0, 500, nullptr, nullptr), 199);
+    tree.insert(MVector3d(5, 5, 5));
+    int index = -2;
+    EXPECT_TRUE(tree.findNearestNeighbor(MVector3d(5, 5, 5), 0.0, nullptr, &index, false));
+    EXPECT_EQ(index, 200);
 }
 
 TEST(MKdTree, SinglePrecisionInputKeepsItsIndices)
