@@ -56,7 +56,7 @@ public:
     MVector3f toVector3f() const { return {float(m_v[0]), float(m_v[1]), float(m_v[2])}; }
     operator MVector3f() const { return toVector3f(); }
 
-    bool isValid() const { return MIsValidValue(m_v[0]) && MIsValidValue(m_v[1]) && MIsValidValue(m_v[2]); }
+    bool isValid() const { return MIsValidValue(m_v[0]) & MIsValidValue(m_v[1]) & MIsValidValue(m_v[2]); }
     bool isNaN() const { return std::isnan(m_v[0]) || std::isnan(m_v[1]) || std::isnan(m_v[2]); }
     // One store suffices: a marker in x makes the whole vector invalid.
     void invalidate() { m_v[0] = MInvalid; }

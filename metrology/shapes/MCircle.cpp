@@ -6,17 +6,6 @@
 
 namespace ZOLAR3D {
 
-MCircle::MCircle(const MVector3d &position, const MVector3d &normal, double radius, bool alreadyNormalized)
-    : m_position(position), m_radius(radius)
-{
-    setNormal(normal, alreadyNormalized);
-}
-
-void MCircle::setNormal(const MVector3d &normal, bool alreadyNormalized)
-{
-    MAxialShape::setAxis(m_normal, normal, alreadyNormalized);
-}
-
 MVector3d MCircle::intersection(const MLine &line, double &t) const
 {
     if (!isValid())

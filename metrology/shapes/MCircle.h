@@ -19,13 +19,23 @@ class ZOL3D_API MCircle {
 public:
     MCircle() = default;
     // The normal is normalised unless the caller vouches for it or it is invalid.
-    MCircle(const MVector3d &position, const MVector3d &normal, double radius, bool alreadyNormalized = false);
+    MCircle(const MVector3d &position, const MVector3d &normal, double radius, bool alreadyNormalized = false)
+        : m_position(position), m_radius(radius)
+    {
+        setNormal(normal, alreadyNormalized);
+    }
 
     const MVector3d &position() const { return m_position; }
     const MVector3d &normal() const { return m_normal; }
     double radius() const { return m_radius; }
     void setPosition(const MVector3d &position) { m_position = position; }
-    void setNormal(const MVector3d &normal, bool alreadyNormalized = false);
+    // Normalised unless the caller vouches for it or it is invalid.
+    void setNormal(const MVector3d &normal, bool alreadyNormalized = false)
+    {
+        m_normal = normal;
+        if (!alreadyNormalized && normal.isValid())
+            m_normal.normalize();
+    }
     void setRadius(double radius) { m_radius = radius; }
 
     bool operator==(const MCircle &o) const
@@ -34,10 +44,11 @@ public:
     }
     bool operator!=(const MCircle &o) const { return !(*this == o); }
 
-    // Unit length of the normal is not part of validity.
+    // Unit length of the normal is not part of validity. The terms are
+    // joined without branches so that a loop over points tests the shape once.
     bool isValid() const
     {
-        return m_position.isValid() && m_normal.isValid() && m_radius > 0.0 && m_radius < MInvalid;
+        return m_position.isValid() & m_normal.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
     }
     void invalidate() { m_position.invalidate(); }
 
@@ -47,18 +58,11 @@ public:
     // Squared distance to the curve, not to the disc; the marker on invalid input.
     double squaredDistance(const MVector3d &p) const
     {
-        if (!isValid() || !p.isValid())
-            return MInvalid;
-        const MVector3d w = p - m_position;
-        const double axial = w.dot(m_normal);
-        const MVector3d c = w.cross(m_normal);
-        const double radial = std::sqrt(c.dot(c)) - m_radius;
-        return radial * radial + axial * axial;
+        return isValid() && p.isValid() ? squaredDistanceOfValid(p) : MInvalid;
     }
     double distance(const MVector3d &p) const
     {
-        const double squared = squaredDistance(p);
-        return squared == MInvalid ? MInvalid : std::sqrt(squared);
+        return isValid() && p.isValid() ? std::sqrt(squaredDistanceOfValid(p)) : MInvalid;
     }
     // The nearest point of the curve. A point on the axis is equally far from
     // every point of the curve and has no answer: Infinity, as for invalid input.
@@ -89,6 +93,15 @@ public:
     bool save(const wchar_t *path) const;
 
 private:
+    double squaredDistanceOfValid(const MVector3d &p) const
+    {
+        const MVector3d w = p - m_position;
+        const double axial = w.dot(m_normal);
+        const MVector3d c = w.cross(m_normal);
+        const double radial = std::sqrt(c.dot(c)) - m_radius;
+        return radial * radial + axial * axial;
+    }
+
     MVector3d m_position;
     MVector3d m_normal;
     double m_radius = MInvalid;

@@ -6,19 +6,6 @@
 
 namespace ZOLAR3D {
 
-MCone::MCone(const MVector3d &position, const MVector3d &direction, double radius, double angle, double length,
-             bool alreadyNormalized)
-    : m_position(position), m_radius(radius), m_length(length)
-{
-    setDirection(direction, alreadyNormalized);
-    setAngle(angle);
-}
-
-void MCone::setDirection(const MVector3d &direction, bool alreadyNormalized)
-{
-    MAxialShape::setAxis(m_direction, direction, alreadyNormalized);
-}
-
 MLine MCone::axis() const { return MLine(m_position, m_direction, m_length); }
 
 MVector3d MCone::apex() const
@@ -64,12 +51,6 @@ double MCone::capRadius() const
     const double slope = std::tan(0.5 * m_angle);
     const double toApex = m_radius / slope;
     return std::isfinite(toApex) ? (toApex - 0.5 * m_length) * slope : m_radius;
-}
-
-double MCone::distanceToApex(double along, double radial) const
-{
-    const double pastApex = along - m_radius * m_cosHalf / m_sinHalf;
-    return std::sqrt(pastApex * pastApex + radial * radial);
 }
 
 MVector3d MCone::onAxisDirection(const MVector3d &direction) { return MAxialShape::unitPerpendicular(direction); }

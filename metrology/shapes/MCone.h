@@ -24,7 +24,12 @@ class ZOL3D_API MCone {
 public:
     MCone() { setAngle(MInvalid); }
     MCone(const MVector3d &position, const MVector3d &direction, double radius, double angle, double length,
-          bool alreadyNormalized = false);
+          bool alreadyNormalized = false)
+        : m_position(position), m_radius(radius), m_length(length)
+    {
+        setDirection(direction, alreadyNormalized);
+        setAngle(angle);
+    }
 
     const MVector3d &position() const { return m_position; }
     const MVector3d &direction() const { return m_direction; }
@@ -32,7 +37,13 @@ public:
     double angle() const { return m_angle; }
     double length() const { return m_length; }
     void setPosition(const MVector3d &position) { m_position = position; }
-    void setDirection(const MVector3d &direction, bool alreadyNormalized = false);
+    // Normalised unless the caller vouches for it or it is invalid.
+    void setDirection(const MVector3d &direction, bool alreadyNormalized = false)
+    {
+        m_direction = direction;
+        if (!alreadyNormalized && direction.isValid())
+            m_direction.normalize();
+    }
     void setRadius(double radius) { m_radius = radius; }
     void setAngle(double angle)
     {
@@ -49,9 +60,10 @@ public:
     }
     bool operator!=(const MCone &o) const { return !(*this == o); }
 
+    // Joined without branches so that a loop over points tests the cone once.
     bool isValid() const
     {
-        return m_position.isValid() && m_direction.isValid() && m_radius > 0.0 && m_radius < MInvalid;
+        return m_position.isValid() & m_direction.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
     }
     void invalidate() { m_position.invalidate(); }
 
@@ -133,7 +145,11 @@ private:
     {
         return m_radius + generatrixOffset(along, radial) * m_sinHalf;
     }
-    double distanceToApex(double along, double radial) const;
+    double distanceToApex(double along, double radial) const
+    {
+        const double pastApex = along - m_radius * m_cosHalf / m_sinHalf;
+        return std::sqrt(pastApex * pastApex + radial * radial);
+    }
     static MVector3d onAxisDirection(const MVector3d &direction);
 
     MVector3d m_position;

@@ -6,18 +6,6 @@
 
 namespace ZOLAR3D {
 
-MCylinder::MCylinder(const MVector3d &position, const MVector3d &direction, double radius, double length,
-                     bool alreadyNormalized)
-    : m_position(position), m_radius(radius), m_length(length)
-{
-    setDirection(direction, alreadyNormalized);
-}
-
-void MCylinder::setDirection(const MVector3d &direction, bool alreadyNormalized)
-{
-    MAxialShape::setAxis(m_direction, direction, alreadyNormalized);
-}
-
 MLine MCylinder::axis() const { return MLine(m_position, m_direction, m_length, false); }
 
 MVector3d MCylinder::onAxisDirection(const MVector3d &direction) { return MAxialShape::unitPerpendicular(direction); }

@@ -20,14 +20,24 @@ class ZOL3D_API MCylinder {
 public:
     MCylinder() = default;
     MCylinder(const MVector3d &position, const MVector3d &direction, double radius, double length,
-              bool alreadyNormalized = false);
+              bool alreadyNormalized = false)
+        : m_position(position), m_radius(radius), m_length(length)
+    {
+        setDirection(direction, alreadyNormalized);
+    }
 
     const MVector3d &position() const { return m_position; }
     const MVector3d &direction() const { return m_direction; }
     double radius() const { return m_radius; }
     double length() const { return m_length; }
     void setPosition(const MVector3d &position) { m_position = position; }
-    void setDirection(const MVector3d &direction, bool alreadyNormalized = false);
+    // Normalised unless the caller vouches for it or it is invalid.
+    void setDirection(const MVector3d &direction, bool alreadyNormalized = false)
+    {
+        m_direction = direction;
+        if (!alreadyNormalized && direction.isValid())
+            m_direction.normalize();
+    }
     void setRadius(double radius) { m_radius = radius; }
     void setLength(double length) { m_length = length; }
 
@@ -38,9 +48,10 @@ public:
     }
     bool operator!=(const MCylinder &o) const { return !(*this == o); }
 
+    // Joined without branches so that a loop over points tests the cylinder once.
     bool isValid() const
     {
-        return m_position.isValid() && m_direction.isValid() && m_radius > 0.0 && m_radius < MInvalid;
+        return m_position.isValid() & m_direction.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
     }
     void invalidate() { m_position.invalidate(); }
 

@@ -20,14 +20,24 @@ class ZOL3D_API MEllipse {
 public:
     MEllipse() = default;
     MEllipse(const MVector3d &position, const MVector3d &normal, double radiusA, double radiusB,
-             bool alreadyNormalized = false);
+             bool alreadyNormalized = false)
+        : m_position(position), m_radiusA(radiusA), m_radiusB(radiusB)
+    {
+        setNormal(normal, alreadyNormalized);
+    }
 
     const MVector3d &position() const { return m_position; }
     const MVector3d &normal() const { return m_normal; }
     double radiusA() const { return m_radiusA; }
     double radiusB() const { return m_radiusB; }
     void setPosition(const MVector3d &position) { m_position = position; }
-    void setNormal(const MVector3d &normal, bool alreadyNormalized = false);
+    // Normalised unless the caller vouches for it or it is invalid.
+    void setNormal(const MVector3d &normal, bool alreadyNormalized = false)
+    {
+        m_normal = normal;
+        if (!alreadyNormalized && normal.isValid())
+            m_normal.normalize();
+    }
     void setRadiusA(double radius) { m_radiusA = radius; }
     void setRadiusB(double radius) { m_radiusB = radius; }
 

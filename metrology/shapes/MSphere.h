@@ -28,7 +28,8 @@ public:
     bool operator==(const MSphere &o) const { return m_position == o.m_position && m_radius == o.m_radius; }
     bool operator!=(const MSphere &o) const { return !(*this == o); }
 
-    bool isValid() const { return m_position.isValid() && m_radius > 0.0 && m_radius < MInvalid; }
+    // Joined without branches so that a loop over points tests the sphere once.
+    bool isValid() const { return m_position.isValid() & (m_radius > 0.0) & (m_radius < MInvalid); }
     void invalidate() { m_position.invalidate(); }
 
     double diameter() const { return isValid() ? 2.0 * m_radius : MInvalid; }

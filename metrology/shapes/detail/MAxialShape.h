@@ -32,13 +32,6 @@ struct MAxialShape {
         m.rotateAndScale(axis);
     }
 
-    static void setAxis(MVector3d &axis, const MVector3d &v, bool alreadyNormalized)
-    {
-        axis = v;
-        if (!alreadyNormalized && v.isValid())
-            axis.normalize();
-    }
-
     // A unit vector perpendicular to the axis, for points on the axis that
     // have no radial direction of their own. The library's fixed
     // perpendicular is taken where it is well conditioned; near the

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "GeometryTestSupport.h"
+#include "MMatrix4.h"
 #include "MVector3d.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -61,6 +65,24 @@ double sampledDistance(const Surface &surface, const ParameterRange &uRange, con
         }
     }
     return best;
+}
+
+// A rigid motion applied to an axial shape and a point alike keeps their
+// distance and carries the projection along; the moved shape's pose maps the
+// local origin and Z axis onto its position and axis.
+template <class Shape>
+void expectFollowsRigidMotion(const Shape &shape, const MMatrix4 &m, const MVector3d &p,
+                              const MVector3d &(Shape::*axis)() const)
+{
+    Shape moved = shape;
+    moved.applyTransformation(m);
+    EXPECT_NEAR(moved.distance(m * p), shape.distance(p), 1e-9);
+    EXPECT_TRUE(near(moved.projection(m * p), m * shape.projection(p), 1e-9));
+    const MMatrix4 pose = moved.pose();
+    EXPECT_TRUE(near(pose * MVector3d(0, 0, 0), moved.position(), 1e-12));
+    MVector3d z = MVector3d::ZUnit;
+    pose.rotateAndScale(z);
+    EXPECT_TRUE(near(z, (moved.*axis)(), 1e-12));
 }
 
 // Unit vectors spanning the plane across the unit axis a, completing a right-handed frame.
