@@ -3,6 +3,7 @@
 #include <Eigen/Dense>
 
 #include <algorithm>
+#include <vector>
 
 namespace ZOLAR3D {
 
@@ -17,17 +18,32 @@ public:
     Objective(MLevenbergMarquardt::ResidualFunction residual, MLevenbergMarquardt::GradientFunction gradient, int n,
               int m, void *context)
         : m_residual(residual), m_gradient(gradient), m_n(n), m_m(m), m_context(context), m_rows(GradientBlock, n),
-          m_values(GradientBlock)
+          m_values(GradientBlock), m_currentResiduals(m), m_taken(m)
     {
     }
 
-    double sumOfSquares(const double *parameters) const
+    // The sum of squares at a trial and its gain over the current
+    // parameters, the sum at the last normalEquations(). Near a minimum the
+    // two sums agree in all but their last digits, and their difference
+    // would be rounding; the gain is therefore summed residual by residual
+    // as (r - r') (r + r'), which keeps its digits. A residual that only one
+    // of the two sums takes counts with its own square.
+    double sumOfSquares(const double *parameters, double &gain) const
     {
         double chi2 = 0.0;
+        gain = 0.0;
         for (int i = 0; i < m_m; ++i) {
             double r;
-            if (m_residual(i, parameters, r, m_context))
+            const bool taken = m_residual(i, parameters, r, m_context);
+            const double before = m_currentResiduals[i];
+            if (taken)
                 chi2 += r * r;
+            if (taken && m_taken[i])
+                gain += (before - r) * (before + r);
+            else if (taken)
+                gain -= r * r;
+            else if (m_taken[i])
+                gain += before * before;
         }
         return chi2;
     }
@@ -47,8 +63,10 @@ public:
             double *g = m_rows.row(filled).data();
             std::fill(g, g + m_n, 0.0);
             double r;
-            if (!m_gradient(i, parameters, r, g, m_context))
+            m_taken[i] = m_gradient(i, parameters, r, g, m_context);
+            if (!m_taken[i])
                 continue;
+            m_currentResiduals[i] = r;
             chi2 += r * r;
             m_values[filled] = r;
             if (++filled == GradientBlock) {
@@ -76,6 +94,9 @@ private:
     void *m_context;
     Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor> m_rows;
     Eigen::VectorXd m_values;
+    // The residuals at the current parameters and whether each was taken.
+    std::vector<double> m_currentResiduals;
+    std::vector<char> m_taken;
 };
 
 // One minimisation: the damping, the counts and the parameter vectors.
@@ -98,13 +119,13 @@ public:
             normalize(m_current);
             const double chi2 = m_objective.normalEquations(m_current.data(), m_h, m_b);
             m_options.residual = chi2;
-            double chi2New;
-            if (tryStepsUntilBetter(chi2, tolerance, chi2New)) {
+            double chi2New, gain;
+            if (tryStepsUntilBetter(tolerance, chi2New, gain)) {
                 Eigen::Map<Eigen::VectorXd>(parameters, n) = m_trial;
                 m_options.residual = chi2New;
                 return true;
             }
-            if (chi2 > chi2New) {
+            if (gain > 0.0) {
                 m_current = m_trial;
                 m_options.residual = chi2New;
             }
@@ -122,7 +143,7 @@ private:
     // Tries steps from the current parameters with growing damping until one
     // lowers the sum or a limit is reached. True when a step converged: its
     // gain was positive and below the tolerance.
-    bool tryStepsUntilBetter(double chi2, double tolerance, double &chi2New)
+    bool tryStepsUntilBetter(double tolerance, double &chi2New, double &gain)
     {
         int inner = 0;
         do {
@@ -134,11 +155,10 @@ private:
             m_ldlt.compute(m_damped);
             m_trial = m_current - m_ldlt.solve(m_b);
             normalize(m_trial);
-            chi2New = m_objective.sumOfSquares(m_trial.data());
-            const double gain = chi2 - chi2New;
+            chi2New = m_objective.sumOfSquares(m_trial.data(), gain);
             if (0.0 < gain && gain < tolerance)
                 return true;
-            if (chi2New < chi2 || m_total >= m_options.maxNumIterations ||
+            if (gain > 0.0 || m_total >= m_options.maxNumIterations ||
                 inner >= m_options.maxNumIncrementIterations)
                 return false;
         } while (m_options.lambdaMax > m_lambda);
