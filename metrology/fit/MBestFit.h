@@ -32,6 +32,9 @@ public:
     // does not need; unless a fit knows better, the complete fit.
     virtual void fitFast() { fit(); }
     // Makes the sign of a direction unique: the dominant component positive.
+    // A tie flips the vector when any tied component is negative, so that
+    // (1, -1, 0) and (-1, 1, 0) swap; every fitted direction of the library
+    // comes out of this rule, so it stays and does not become a lexical order.
     virtual void orient(MVector3d &direction);
     virtual ~MBestFit();
 

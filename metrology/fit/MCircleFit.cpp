@@ -34,9 +34,11 @@ struct MCircleFit::InPlaneAndAcross {
         const MAxialTerms t(fit.m_points.points()[index / 2], parameters);
         if (index % 2 == 0) {
             result = t.radial - fit.radiusOf(parameters);
+            double u[3];
+            t.radialByPoint(u);
             for (int i = 0; i < 3; ++i) {
-                gradient[i] = t.radialByPoint(i);
-                gradient[3 + i] = t.radialByPoint(i) * t.along;
+                gradient[i] = u[i];
+                gradient[3 + i] = u[i] * t.along;
             }
             if (fit.m_fixedRadius == 0.0)
                 gradient[6] = -1.0;
@@ -127,10 +129,11 @@ void MCircleFit::distanceAndGradient(const MVector3d &point, const double *param
     const double g = t.radial - radiusOf(parameters);
     const double d = std::sqrt(g * g + t.along * t.along);
     *result = d;
+    double u[3];
+    t.radialByPoint(u);
     for (int i = 0; i < 3; ++i) {
-        const double u = t.radialByPoint(i);
-        gradient[i] = (u * g - t.a[i] * t.along) / d;
-        gradient[3 + i] = (t.alongByDirection(i) * t.along + u * t.along * g) / d;
+        gradient[i] = (u[i] * g - t.a[i] * t.along) / d;
+        gradient[3 + i] = (t.alongByDirection(i) * t.along + u[i] * t.along * g) / d;
     }
     if (m_fixedRadius == 0.0)
         gradient[6] = -g / d;

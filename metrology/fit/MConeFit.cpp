@@ -131,10 +131,11 @@ void MConeFit::distanceAndGradient(const MVector3d &point, const double *paramet
     const MAxialTerms t(point, parameters);
     const double sine = std::sin(parameters[7]), cosine = std::cos(parameters[7]);
     *result = sine * t.along + cosine * t.radial - parameters[6];
+    double u[3];
+    t.radialByPoint(u);
     for (int i = 0; i < 3; ++i) {
-        const double u = t.radialByPoint(i);
-        gradient[i] = cosine * u - sine * t.a[i];
-        gradient[3 + i] = sine * t.alongByDirection(i) + cosine * u * t.along;
+        gradient[i] = cosine * u[i] - sine * t.a[i];
+        gradient[3 + i] = sine * t.alongByDirection(i) + cosine * u[i] * t.along;
     }
     gradient[6] = -1.0;
     gradient[7] = cosine * t.along - sine * t.radial;

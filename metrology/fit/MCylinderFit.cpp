@@ -93,10 +93,11 @@ void MCylinderFit::distanceAndGradient(const MVector3d &point, const double *par
 {
     const MAxialTerms t(point, parameters);
     *result = t.radial - radiusOf(parameters);
+    double u[3];
+    t.radialByPoint(u);
     for (int i = 0; i < 3; ++i) {
-        const double u = t.radialByPoint(i);
-        gradient[i] = u;
-        gradient[3 + i] = u * t.along;
+        gradient[i] = u[i];
+        gradient[3 + i] = u[i] * t.along;
     }
     if (m_fixedRadius == 0.0)
         gradient[6] = -1.0;

@@ -9,65 +9,94 @@ namespace ZOLAR3D {
 
 namespace {
 
+// How many gradients are gathered before they join the normal equations.
+constexpr int GradientBlock = 64;
+
 // The callbacks of one minimisation and its scratch memory.
 class Objective {
 public:
     Objective(MLevenbergMarquardt::ResidualFunction residual, MLevenbergMarquardt::GradientFunction gradient, int n,
               int m, void *context)
-        : m_residual(residual), m_gradient(gradient), m_n(n), m_m(m), m_context(context), m_g(n),
-          m_packed(std::size_t(n) * (n + 1) / 2)
+        : m_residual(residual), m_gradient(gradient), m_n(n), m_m(m), m_context(context), m_rows(GradientBlock, n),
+          m_values(GradientBlock), m_currentResiduals(m), m_taken(m)
     {
     }
 
-    double sumOfSquares(const double *parameters) const
+    // The sum of squares at a trial and its gain over the current
+    // parameters, the sum at the last normalEquations(). Near a minimum the
+    // two sums agree in all but their last digits, and their difference
+    // would be rounding; the gain is therefore summed residual by residual
+    // as (r - r') (r + r'), which keeps its digits. A residual that only one
+    // of the two sums takes counts with its own square.
+    double sumOfSquares(const double *parameters, double &gain) const
     {
         double chi2 = 0.0;
+        gain = 0.0;
         for (int i = 0; i < m_m; ++i) {
             double r;
-            if (m_residual(i, parameters, r, m_context))
+            const bool taken = m_residual(i, parameters, r, m_context);
+            const double before = m_currentResiduals[i];
+            if (taken)
                 chi2 += r * r;
+            if (taken && m_taken[i])
+                gain += (before - r) * (before + r);
+            else if (taken)
+                gain -= r * r;
+            else if (m_taken[i])
+                gain += before * before;
         }
         return chi2;
     }
 
     // The sum of squares with the normal equations H = sum g g^T and
-    // b = sum r g. Only the upper triangle of H is summed, packed row by
-    // row so that the inner loop runs over contiguous memory.
+    // b = sum r g. The gradients are gathered in blocks of rows, and each
+    // block is added to the upper triangle of H as one symmetric rank
+    // update, which runs at the speed of a matrix product; the lower
+    // triangle is mirrored at the end.
     double normalEquations(const double *parameters, Eigen::MatrixXd &h, Eigen::VectorXd &b)
     {
-        std::fill(m_packed.begin(), m_packed.end(), 0.0);
+        h.setZero();
         b.setZero();
         double chi2 = 0.0;
-        double *g = m_g.data();
+        int filled = 0;
         for (int i = 0; i < m_m; ++i) {
+            double *g = m_rows.row(filled).data();
             std::fill(g, g + m_n, 0.0);
             double r;
-            if (!m_gradient(i, parameters, r, g, m_context))
+            m_taken[i] = m_gradient(i, parameters, r, g, m_context);
+            if (!m_taken[i])
                 continue;
+            m_currentResiduals[i] = r;
             chi2 += r * r;
-            double *row = m_packed.data();
-            for (int j = 0; j < m_n; ++j) {
-                const double gj = g[j];
-                b[j] += r * gj;
-                for (int k = j; k < m_n; ++k)
-                    *row++ += gj * g[k];
+            m_values[filled] = r;
+            if (++filled == GradientBlock) {
+                addBlock(filled, h, b);
+                filled = 0;
             }
         }
-        const double *row = m_packed.data();
-        for (int j = 0; j < m_n; ++j)
-            for (int k = j; k < m_n; ++k)
-                h(j, k) = h(k, j) = *row++;
+        addBlock(filled, h, b);
+        h.triangularView<Eigen::StrictlyLower>() = h.transpose();
         return chi2;
     }
 
 private:
+    void addBlock(int rows, Eigen::MatrixXd &h, Eigen::VectorXd &b) const
+    {
+        const auto block = m_rows.topRows(rows);
+        h.selfadjointView<Eigen::Upper>().rankUpdate(block.transpose());
+        b.noalias() += block.transpose() * m_values.head(rows);
+    }
+
     MLevenbergMarquardt::ResidualFunction m_residual;
     MLevenbergMarquardt::GradientFunction m_gradient;
     int m_n;
     int m_m;
     void *m_context;
-    std::vector<double> m_g;
-    std::vector<double> m_packed;
+    Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor> m_rows;
+    Eigen::VectorXd m_values;
+    // The residuals at the current parameters and whether each was taken.
+    std::vector<double> m_currentResiduals;
+    std::vector<char> m_taken;
 };
 
 // One minimisation: the damping, the counts and the parameter vectors.
@@ -90,13 +119,13 @@ public:
             normalize(m_current);
             const double chi2 = m_objective.normalEquations(m_current.data(), m_h, m_b);
             m_options.residual = chi2;
-            double chi2New;
-            if (tryStepsUntilBetter(chi2, tolerance, chi2New)) {
+            double chi2New, gain;
+            if (tryStepsUntilBetter(tolerance, chi2New, gain)) {
                 Eigen::Map<Eigen::VectorXd>(parameters, n) = m_trial;
                 m_options.residual = chi2New;
                 return true;
             }
-            if (chi2 > chi2New) {
+            if (gain > 0.0) {
                 m_current = m_trial;
                 m_options.residual = chi2New;
             }
@@ -114,7 +143,7 @@ private:
     // Tries steps from the current parameters with growing damping until one
     // lowers the sum or a limit is reached. True when a step converged: its
     // gain was positive and below the tolerance.
-    bool tryStepsUntilBetter(double chi2, double tolerance, double &chi2New)
+    bool tryStepsUntilBetter(double tolerance, double &chi2New, double &gain)
     {
         int inner = 0;
         do {
@@ -126,11 +155,10 @@ private:
             m_ldlt.compute(m_damped);
             m_trial = m_current - m_ldlt.solve(m_b);
             normalize(m_trial);
-            chi2New = m_objective.sumOfSquares(m_trial.data());
-            const double gain = chi2 - chi2New;
+            chi2New = m_objective.sumOfSquares(m_trial.data(), gain);
             if (0.0 < gain && gain < tolerance)
                 return true;
-            if (chi2New < chi2 || m_total >= m_options.maxNumIterations ||
+            if (gain > 0.0 || m_total >= m_options.maxNumIterations ||
                 inner >= m_options.maxNumIncrementIterations)
                 return false;
         } while (m_options.lambdaMax > m_lambda);

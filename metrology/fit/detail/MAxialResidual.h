@@ -22,14 +22,21 @@ struct MAxialTerms {
         radial = std::sqrt(cx * cx + cy * cy + cz * cz);
     }
 
-    // The derivative of the radial distance by axis point coordinate i.
-    // On the axis it has no value; the fits then take sqrt(1 - Ai²), the
-    // length of the axis direction's part across coordinate i, so that no
-    // division by zero occurs. The clamp keeps a direction that rounding
-    // left a hair longer than 1 from giving NaN.
-    double radialByPoint(int i) const
+    // The derivatives of the radial distance by the axis point coordinates,
+    // (Ai f - qi) / s. On the axis they have no value; the fits then take
+    // sqrt(1 - Ai²), the length of the axis direction's part across
+    // coordinate i, so that no division by zero occurs. The clamp keeps a
+    // direction that rounding left a hair longer than 1 from giving NaN.
+    void radialByPoint(double *u) const
     {
-        return radial != 0.0 ? (a[i] * along - q[i]) / radial : std::sqrt(std::max(0.0, 1.0 - a[i] * a[i]));
+        if (radial != 0.0) {
+            const double inverse = 1.0 / radial;
+            for (int i = 0; i < 3; ++i)
+                u[i] = (a[i] * along - q[i]) * inverse;
+        } else {
+            for (int i = 0; i < 3; ++i)
+                u[i] = std::sqrt(std::max(0.0, 1.0 - a[i] * a[i]));
+        }
     }
     // The derivative of the axial coordinate by direction component i, for
     // a direction that stays a unit vector.

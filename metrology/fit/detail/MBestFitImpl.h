@@ -10,7 +10,7 @@
 #include "MDoubleArray.h"
 #include "MFailure.h"
 #include "MStatistics.h"
-#include "metrology/core/detail/MDirectionSign.h"
+#include "metrology/search/detail/MDirectionSign.h"
 #include "metrology/core/detail/MPointStream.h"
 
 #include <cmath>
@@ -40,7 +40,7 @@ MBestFit<T>::~MBestFit() = default;
 template <class T>
 void MBestFit<T>::orient(MVector3d &direction)
 {
-    orientDominantPositive(direction);
+    orientDirection(direction);
 }
 
 template <class T>

@@ -34,17 +34,18 @@ MSphere circumsphere(const MVector3d *points, int n);
 std::vector<MVector3d> rotatedPoints(const MMatrix3 &rotation, const MVector3d *points, int n);
 
 // Whether n points with these principal components lie on one line, or on
-// one point, as far as rounding of their coordinates can tell: their spread
-// across the principal axis is below 1e-12 of their distance from the
-// origin plus their spread along it. An axis through such points has
-// nothing around it: projected along it they collapse into a point whose
-// rounding noise would pass for a tiny circle.
+// one point, as far as the numbers can tell: their spread across the
+// principal axis is lost in the rounding of the eigen solver, which is about
+// the double epsilon of the largest eigenvalue, or in that of their
+// coordinates. An axis through such points has nothing around it: projected
+// along it they collapse into a point whose rounding noise would pass for a
+// tiny circle.
 inline bool isLineLike(const MPrincipalComponentAnalysis &pca, int n)
 {
     const MVector3d c = pca.center();
-    const double scale = std::max(std::fabs(c.x()), std::max(std::fabs(c.y()), std::fabs(c.z()))) +
-                         std::sqrt(std::fabs(pca.eigenValue(0)) / n);
-    return !(std::sqrt(std::fabs(pca.eigenValue(1)) / n) > 1e-12 * scale);
+    const double farthest = std::max(std::fabs(c.x()), std::max(std::fabs(c.y()), std::fabs(c.z())));
+    const double across = std::fabs(pca.eigenValue(1));
+    return !(across > 1e-14 * std::fabs(pca.eigenValue(0)) && std::sqrt(across / n) > 1e-12 * farthest);
 }
 
 // Whether a fixed radius is usable: 0 for a free radius, or positive and finite.

@@ -2,13 +2,18 @@
 #include "MLineFit.h"
 #include "MLineSegmentFit.h"
 #include "MPlaneFit.h"
+#include "MStatistics.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
+#include <vector>
 
 using namespace ZOLAR3D;
 using test::cloudOf;
+using test::parallel;
 
 namespace {
 
@@ -66,4 +71,36 @@ TEST(MPointCloudFit, TwoValidPointsAmongHolesAreTheTwoPointCases)
     const MLineSegment segment = cloud.fitLineSegment();
     EXPECT_EQ(segment.start(), MVector3d(3, 0, 0));
     EXPECT_EQ(segment.end(), MVector3d(1, 0, 0));
+}
+
+TEST(MPointCloudFit, BestPlaneOfARealScanAgreesWithTheReference)
+{
+    const std::string path = test::dataFile("pcl_test/sac_plane_test.pcd");
+    if (path.empty())
+        GTEST_SKIP() << "real test data absent";
+    MPointCloud cloud;
+    ASSERT_TRUE(cloud.loadPcd(path.c_str()));
+    std::vector<MVector3d> points;
+    for (int i = 0; i < cloud.numPoints(); ++i)
+        if (cloud.point(i).isValid())
+            points.push_back(cloud.point(i));
+    ASSERT_GE(points.size(), 3u);
+
+    const test::ReferenceFit reference = test::referenceFit(points);
+    const MPlane plane = cloud.fitPlane();
+    EXPECT_TRUE(parallel(plane.normal(), reference.axes[2], 1e-9));
+    EXPECT_NEAR((plane.position() - reference.centroid).dot(reference.axes[2]), 0.0, 1e-9);
+
+    // One outlier pass of two deviations leaves a tighter plane.
+    const auto spread = [](const MPlane &p, const MPointCloud &c) {
+        std::vector<double> d;
+        for (int i = 0; i < c.numPoints(); ++i)
+            d.push_back(p.distance(c.point(i)));
+        return MStatistics(d.data(), int(d.size())).standardDeviation;
+    };
+    MPlaneFit fit;
+    fit.setPoints(cloud);
+    fit.compute(2.0);
+    EXPECT_LT(fit.points().numPoints(), int(points.size()));
+    EXPECT_LT(spread(fit.result(), fit.points()), spread(plane, cloud));
 }
