@@ -386,6 +386,21 @@ MPointCloud MPointCloud::subset(int first, int last) const
     return result;
 }
 
+MPointCloud MPointCloud::gathered(const int *indices, int n) const
+{
+    const bool withColors = colorsAligned(), withNormals = normalsAligned();
+    MPointCloud result;
+    result.allocate(n, withColors, withNormals);
+    int kept = 0;
+    withElementCopy(*this, result, withColors, withNormals, [&](const auto &copy) {
+        for (int k = 0; k < n; ++k)
+            if (copy.isValid(indices[k]))
+                copy.copyValid(indices[k], kept++);
+    });
+    result.resize(kept);
+    return result;
+}
+
 MPointCloud MPointCloud::operator+(const MPointCloud &other) const
 {
     const bool withColors = colorsAligned() && other.colorsAligned();

@@ -12,11 +12,19 @@
 
 namespace ZOLAR3D {
 
+class MBoolArray;
+class MBox;
+class MCircle;
+class MColormap;
+class MCone;
+class MCylinder;
 class MKdTree;
 class MLine;
 class MLineSegment;
 class MPlane;
 class MPrincipalComponentAnalysis;
+class MRangeImage;
+class MSphere;
 
 // The container of 3D scan points: positions in double precision, optional
 // per-point colours and normals, and an optional grid organisation of
@@ -341,12 +349,150 @@ public:
     bool save(const char *path) const;
     bool save(const wchar_t *path) const;
 
-    // Measures
+    // Measures. Only valid points count.
+
     // Principal components of the valid points.
     MPrincipalComponentAnalysis principalComponentAnalysis() const;
     // The eigenvalues' magnitudes over their sum: about (1, 0, 0) for a line,
     // (0.5, 0.5, 0) for a plane; Zero for at most one valid point.
     MVector3d dimensionality() const;
+
+    // Colour i becomes colormap.color(values[i]) where the value lies in the
+    // map's closed range; elsewhere outOfRangeColor, except that
+    // MColor::Transparent leaves the colour as it was. Colours are first
+    // sized to numPoints(), new ones Gray. A null values pointer does nothing.
+    void colorize(const double *values, const MColormap &colormap, const MColor &outOfRangeColor);
+    // Axis-aligned; the default, invalid box when there is no valid point.
+    MBox boundingBox() const;
+    // The smallest sphere that encloses the valid points.
+    MSphere boundingSphere() const;
+    // Mean of the valid points; Infinity when there is none.
+    MVector3d centroid() const;
+    // The frame of the principal components at the centre.
+    MMatrix4 pose() const;
+    // The box around the valid points in the frame of pose(); the default
+    // box when that frame cannot be formed.
+    MBox poseBoundingBox() const;
+    // The valid points of region id, in order, unorganised, with their
+    // colours and normals; for a negative id those of every region. Empty
+    // when id >= regions.numRegions().
+    MPointCloud regionPoints(const MRegions &regions, int id) const;
+
+    // Distances. out[i] receives the distance of point i from the shape,
+    // signed where the shape has a side, when its magnitude is at most
+    // maxDistance; otherwise, and for invalid points and invalid shapes, the
+    // invalid marker. out holds numPoints() values; a null out does nothing.
+    void computeDistancesTo(const MBox &box, double maxDistance, double *out) const;
+    void computeDistancesTo(const MCircle &circle, double maxDistance, double *out) const;
+    void computeDistancesTo(const MCone &cone, double maxDistance, double *out) const;
+    void computeDistancesTo(const MCylinder &cylinder, double maxDistance, double *out) const;
+    void computeDistancesTo(const MLine &line, double maxDistance, double *out) const;
+    void computeDistancesTo(const MLineSegment &segment, double maxDistance, double *out) const;
+    void computeDistancesTo(const MPlane &plane, double maxDistance, double *out) const;
+    // Along the image's Z axis, in image units; the marker off its surface.
+    void computeDistancesTo(const MRangeImage &image, double maxDistance, double *out) const;
+    void computeDistancesTo(const MSphere &sphere, double maxDistance, double *out) const;
+    void computeDistancesTo(const MVector3d &point, double maxDistance, double *out) const;
+    // The same with the magnitude of the distance.
+    void computeAbsDistancesTo(const MPlane &plane, double maxDistance, double *out) const;
+
+    // Every valid point becomes the shape's projection of it, which is
+    // Infinity where the shape has none; invalid points stay as they are.
+    void projectOnto(const MBox &box);
+    void projectOnto(const MCircle &circle);
+    void projectOnto(const MCone &cone);
+    void projectOnto(const MCylinder &cylinder);
+    void projectOnto(const MLine &line);
+    void projectOnto(const MLineSegment &segment);
+    void projectOnto(const MPlane &plane);
+    void projectOnto(const MRangeImage &image);
+    void projectOnto(const MSphere &sphere);
+
+    // The valid points inside the solid, with their colours and normals,
+    // unorganised. The cylinder and the cone end at their length, and reach
+    // without end along the axis when the length is the marker; the cone
+    // ends at its apex in any case.
+    MPointCloud intersection(const MBox &box) const;
+    MPointCloud intersection(const MCone &cone) const;
+    MPointCloud intersection(const MCylinder &cylinder) const;
+    MPointCloud intersection(const MSphere &sphere) const;
+
+    // Selections. Each answers with a labelling of the points, with the
+    // grid when the cloud is organised, in which only valid points ever
+    // carry a region. Bounds are inclusive.
+
+    // One region of the points with min <= coordinate <= max.
+    MRegions selectX(double min, double max) const;
+    MRegions selectY(double min, double max) const;
+    MRegions selectZ(double min, double max) const;
+    // One region of the points with min <= shape.distance(p) <= max; a point
+    // without a distance to the shape is never selected.
+    MRegions selectDistanceRange(const MBox &box, double min, double max) const;
+    MRegions selectDistanceRange(const MCircle &circle, double min, double max) const;
+    MRegions selectDistanceRange(const MCone &cone, double min, double max) const;
+    MRegions selectDistanceRange(const MCylinder &cylinder, double min, double max) const;
+    MRegions selectDistanceRange(const MLine &line, double min, double max) const;
+    MRegions selectDistanceRange(const MLineSegment &segment, double min, double max) const;
+    MRegions selectDistanceRange(const MPlane &plane, double min, double max) const;
+    MRegions selectDistanceRange(const MRangeImage &image, double min, double max) const;
+    MRegions selectDistanceRange(const MSphere &sphere, double min, double max) const;
+    MRegions selectDistanceRange(const MVector3d &point, double min, double max) const;
+    // n regions, region k for shape k. A point in range of several shapes
+    // ends in the region of the last of them. A null array or n < 1 gives a
+    // labelling without regions.
+    MRegions selectDistanceRange(const MBox *boxes, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MCircle *circles, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MCone *cones, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MCylinder *cylinders, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MLine *lines, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MLineSegment *segments, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MPlane *planes, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MSphere *spheres, int n, double min, double max) const;
+    MRegions selectDistanceRange(const MVector3d *points, int n, double min, double max) const;
+    // One region of the points that have a point of other within max. min
+    // plays no part: this form cannot cut out an inner distance.
+    MRegions selectDistanceRange(const MPointCloud &other, double min, double max) const;
+    // One region of the points whose normal n has minAngle <= angle(direction,
+    // n) <= maxAngle, and with bothSides also those for which that holds for
+    // -direction. direction is taken as of unit length. A cloud without
+    // normals is judged by normals computed on a copy of it.
+    MRegions selectNormal(const MVector3d &direction, double minAngle, double maxAngle, bool bothSides) const;
+    MRegions selectNormalX(double minAngle, double maxAngle, bool bothSides) const;
+    MRegions selectNormalY(double minAngle, double maxAngle, bool bothSides) const;
+    MRegions selectNormalZ(double minAngle, double maxAngle, bool bothSides) const;
+    // One region of the points with between min and max neighbours within
+    // radius, counted as computeNumNeighbors does.
+    MRegions selectNumNeighbors(double radius, int min, int max) const;
+    // The largest (or smallest) region of regions, by number of elements or
+    // by the diagonal of the bounding box of its points, as region 0 of the
+    // result; the first one met wins a tie. Regions without a valid point
+    // have no box and do not compete there. Empty when no region competes.
+    MRegions selectSingleRegionByNumberOfPoints(const MRegions &regions, bool largest) const;
+    MRegions selectSingleRegionByBoundingBoxSize(const MRegions &regions, bool largest) const;
+
+    // Edits by region. An element beyond the labelling has no region.
+    // Invalidates the points without a region.
+    void reduceToRegions(const MRegions &regions);
+    // Invalidates the points with a region.
+    void removeRegions(const MRegions &regions);
+    // Invalidates the points of connected groups, at the given distance, of
+    // fewer than minPoints points; returns how many. A negative distance
+    // counts in multiples of averagePointDistance(1000).
+    int cleanSmallSegments(int minPoints, double distance);
+
+    // Generators: each replaces the whole cloud.
+    // n points on a golden-section spiral over the sphere, each with its
+    // outward unit normal. An invalid sphere or n < 1 leaves the cloud empty.
+    void from(const MSphere &sphere, int n);
+    // One element per pixel, organised like the image, so that indices
+    // agree. A pixel becomes its world point when it is a corner of a valid
+    // quad; all others, isolated valid pixels among them, stay invalid.
+    // Normals come from the quads around each pixel; colours are copied
+    // when the image has them.
+    void from(const MRangeImage &image, bool withNormals, bool withColors);
+    // The same for the pixels whose mask element is true; elements beyond
+    // the mask count as false.
+    void from(const MRangeImage &image, const MBoolArray &mask, bool withNormals, bool withColors);
 
     // Least-squares fits of the valid points, without an outlier pass.
     // Too few valid points raise the fit's failure; the neutral result is
@@ -385,10 +531,41 @@ public:
     // curvature have no region. Normals are computed first, and kept, when the
     // cloud has none.
     MRegions curvatureSegmentation(int minSize, double maxCurvatureDifference, double radius = -4.0);
+    // Orthogonal-distance fits: the sum of squared geometric distances of
+    // the valid points is minimised. A fixedRadius of 0 leaves the radius
+    // free; a negative or non-finite one gives an invalid shape, as do
+    // points that do not determine the shape (collinear for a circle,
+    // coplanar for a sphere).
+    // At least 3 points; the normal's dominant component is positive.
+    MCircle fitCircle(double fixedRadius) const;
+    // The plane of the principal components, then the circle in it: faster
+    // than fitCircle, and exact only for points in one plane. With a fixed
+    // radius only the centre is fitted, and the radius reported is that of
+    // the algebraic start.
+    MCircle fitCircleFast(double fixedRadius) const;
+    // The smallest circle, in the plane of fitCircle(0.0), that encloses the
+    // points projected into that plane.
+    MCircle fitCircleMC() const;
+    // Any number of points: up to 4 give their exact sphere (one point
+    // gives itself with radius 0, which is not a valid sphere).
+    MSphere fitSphere(double fixedRadius) const;
+    // The smallest enclosing sphere.
+    MSphere fitSphereMC() const;
+    // At least 5 points. The position is the middle of the points' span
+    // along the axis and the length that span.
+    MCylinder fitCylinder(double fixedRadius) const;
+    // At least 6 points. The direction points to the apex; the position is
+    // the middle of the points' span along the axis, with the radius there.
+    MCone fitCone() const;
 
 private:
     // An empty labelling of the cloud's points, with its grid when organised.
     MRegions emptyRegions() const;
+    // The valid points among the n given indices, in that order, with their
+    // colours and normals where those are aligned; unorganised.
+    MPointCloud gathered(const int *indices, int n) const;
+    // The range image forms of from; a null mask selects every pixel.
+    void fromImage(const MRangeImage &image, const bool *mask, int maskSize, bool withNormals, bool withColors);
     // The processing forms on a tree built from this cloud's points, so that
     // callers that need several of them search one tree.
     double averagePointDistance(const MKdTree &tree, int numSamples) const;

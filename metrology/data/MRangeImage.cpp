@@ -317,6 +317,17 @@ MVector3d MRangeImage::projection(const MVector3d &p, const MMatrix4 &worldToIma
     return m_imageToWorld * onImage;
 }
 
+MVector3d MRangeImage::quadNormal(int row, int col) const
+{
+    const double sr = m_pixelSizeRows;
+    const double sc = m_pixelSizeColumns;
+    const double *top = values() + std::ptrdiff_t(row) * m_width + col;
+    const double za = top[0], zb = top[1], zc = top[m_width], zd = top[m_width + 1];
+    // The cross product of the diagonals (d - a) x (b - c) of the scaled
+    // corners, written out; it points to rising image Z.
+    return {sr * (za + zb - zc - zd), -sc * (zd - za + zb - zc), 2.0 * sc * sr};
+}
+
 MVector3f MRangeImage::localNormal(int i) const
 {
     if (!isInRange(i))
@@ -328,19 +339,12 @@ MVector3f MRangeImage::localNormal(int row, int col) const
 {
     if (!isInRange(row, col))
         return MFailure::raise(NormalFailureText, MVector3f::Infinity);
-    const double sr = m_pixelSizeRows;
-    const double sc = m_pixelSizeColumns;
     MVector3d sum(0.0, 0.0, 0.0);
     for (int r = std::max(row - 1, 0); r < std::min(row + 1, m_height); ++r) {
         for (int c = std::max(col - 1, 0); c < std::min(col + 1, m_width); ++c) {
             if (!isValidQuad(r, c, 1))
                 continue;
-            const double *top = values() + r * m_width + c;
-            const double za = top[0], zb = top[1], zc = top[m_width], zd = top[m_width + 1];
-            // The cross product of the diagonals (d - a) x (b - c) of the
-            // scaled corners, written out; it points to rising image Z.
-            const MVector3d n(sr * (za + zb - zc - zd), -sc * (zd - za + zb - zc), 2.0 * sc * sr);
-            const MVector3d unit = n.normalized();
+            const MVector3d unit = quadNormal(r, c).normalized();
             if (unit.isValid())
                 sum += unit;
         }

@@ -137,6 +137,21 @@ public:
     MVector3f worldNormal(int i) const;
     MVector3f worldNormal(int row, int col) const;
 
+    // The image as scan data: MPointCloud::from(*this, withNormals, withColors).
+    MPointCloud toPointCloud(bool withNormals, bool withColors) const;
+    // Aggregates of the world points of the valid pixels. With none, the
+    // corners stay the marker and its negative, the boxes are the default,
+    // invalid box and the centroid is Infinity. The oriented box is that of
+    // the image's point cloud, so that pixels in no valid quad do not count.
+    void boundingBox(MVector3d &minimum, MVector3d &maximum) const;
+    MBox boundingBox() const;
+    MBox poseBoundingBox() const;
+    MVector3d centroid() const;
+    // The normalised sum of the world normals of the valid quads, each as
+    // long as its quad is large: the same direction as the average normal of
+    // the image's triangulation. Infinity without a valid quad.
+    MVector3d averageNormal() const;
+
     // Fill caller arrays of size() elements; invalid pixels give invalid
     // elements. Local points are image points scaled by the pixel sizes, in
     // the image's own frame; the X, Y and Z values are their components.
@@ -233,6 +248,9 @@ private:
     }
     static double &indexFailureValue();
 
+    // The unnormalised normal of the quad at (row, col), in the image's own
+    // frame with the pixel sizes applied; its length is twice the quad's area.
+    MVector3d quadNormal(int row, int col) const;
     double slopeLimit() const { return m_maxZSlope >= 0.0 ? m_maxZSlope : MaxZSlope; }
     bool isSurfaceQuad(double a, double b, double c, double d, int step) const;
     double zDistance(const MVector3d &p, const MMatrix4 &worldToImage, MVector3d *imagePointOut) const;

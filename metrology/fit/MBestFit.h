@@ -1,9 +1,13 @@
 #pragma once
 
+#include "MCircle.h"
+#include "MCone.h"
+#include "MCylinder.h"
 #include "MLine.h"
 #include "MLineSegment.h"
 #include "MPlane.h"
 #include "MPointCloud.h"
+#include "MSphere.h"
 #include "MVector3d.h"
 #include "Zol3DExport.h"
 
@@ -59,10 +63,14 @@ private:
     void dropOutliers(double stdDevFactor);
 };
 
-// The frames of the linear fits are compiled once, in the library.
+// The frames are compiled once, in the library.
 extern template class ZOL3D_API MBestFit<MPlane>;
 extern template class ZOL3D_API MBestFit<MLine>;
 extern template class ZOL3D_API MBestFit<MLineSegment>;
 extern template class ZOL3D_API MBestFit<MVector3d>;
+extern template class ZOL3D_API MBestFit<MCircle>;
+extern template class ZOL3D_API MBestFit<MSphere>;
+extern template class ZOL3D_API MBestFit<MCylinder>;
+extern template class ZOL3D_API MBestFit<MCone>;
 
 } // namespace ZOLAR3D

@@ -24,6 +24,13 @@ inline bool hasValidAxes(const MPlane &plane) { return plane.position().isValid(
 inline bool hasValidAxes(const MLine &line) { return line.position().isValid() && line.direction().isValid(); }
 inline bool hasValidAxes(const MLineSegment &segment) { return segment.start().isValid() && segment.end().isValid(); }
 inline bool hasValidAxes(const MVector3d &point) { return point.isValid(); }
+inline bool hasValidAxes(const MCircle &circle) { return circle.position().isValid() && circle.normal().isValid(); }
+inline bool hasValidAxes(const MSphere &sphere) { return sphere.position().isValid(); }
+inline bool hasValidAxes(const MCylinder &cylinder)
+{
+    return cylinder.position().isValid() && cylinder.direction().isValid();
+}
+inline bool hasValidAxes(const MCone &cone) { return cone.position().isValid() && cone.direction().isValid(); }
 
 } // namespace detail
 

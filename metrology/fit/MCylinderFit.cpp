@@ -1,0 +1,115 @@
+#include "MCylinderFit.h"
+
+#include "MPrincipalComponentAnalysis.h"
+#include "metrology/fit/detail/MAxialResidual.h"
+#include "metrology/fit/detail/MFitPasses.h"
+#include "metrology/fit/detail/MRoundFitStarts.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace ZOLAR3D {
+
+void MCylinderFit::fit()
+{
+    resetIterations();
+    const int n = m_points.size();
+    if (n < 5)
+        return refuse("CylinderFit: not enough valid points given (minimum required: 5)");
+    if (!isUsableFixedRadius(m_fixedRadius))
+        return m_result.invalidate();
+    const int count = m_fixedRadius == 0.0 ? 7 : 6;
+    const MPrincipalComponentAnalysis pca(m_points.points(), n);
+    if (isLineLike(pca, n))
+        return m_result.invalidate();
+    // Eight places, of which the last one or two have no gradient: the final
+    // minimisation runs over all eight, and the damping keeps them unchanged.
+    double best[8] = {};
+    double bestScore = std::numeric_limits<double>::infinity();
+    for (int k = 0; k < 3; ++k) {
+        double candidate[8] = {};
+        if (!startAlong(pca.eigenVector(k), candidate))
+            continue;
+        // A few steps suffice to tell the right axis from the wrong ones.
+        minimize(candidate, count, 10, true);
+        const double candidateScore = score(candidate);
+        if (candidateScore < bestScore) {
+            bestScore = candidateScore;
+            std::copy(candidate, candidate + 8, best);
+        }
+    }
+    if (!(bestScore < std::numeric_limits<double>::infinity()))
+        return m_result.invalidate();
+    minimize(best, 8, 200, true);
+    if (!allFinite(best, count))
+        return m_result.invalidate();
+
+    const MLine axis(MVector3d(best[0], best[1], best[2]), MVector3d(best[3], best[4], best[5]));
+    double tmin, tmax;
+    lineParameterRange(axis, m_points.points(), n, tmin, tmax);
+    // Oriented last, so that a flip moves neither the position nor the length.
+    MVector3d direction = axis.direction();
+    orient(direction);
+    m_result = MCylinder(axis.position() + axis.direction() * ((tmin + tmax) * 0.5), direction, radiusOf(best),
+                         tmax - tmin);
+}
+
+bool MCylinderFit::startAlong(const MVector3d &axis, double *parameters) const
+{
+    const int n = m_points.size();
+    const MVector3d direction = axis.normalized();
+    const MMatrix3 intoZ = MMatrix3::VectorIntoZRotation(direction, true);
+    const std::vector<MVector3d> turned = rotatedPoints(intoZ, m_points.points(), n);
+    const MCircle flat = algebraicCircle(turned.data(), n);
+    if (!flat.isValid())
+        return false;
+    const MVector3d position = intoZ.transposed() * flat.position();
+    const double start[7] = {position.x(),  position.y(),  position.z(), direction.x(),
+                             direction.y(), direction.z(), flat.radius()};
+    std::copy(start, start + 7, parameters);
+    return true;
+}
+
+double MCylinderFit::score(const double *parameters) const
+{
+    const MCylinder cylinder(MVector3d(parameters[0], parameters[1], parameters[2]),
+                             MVector3d(parameters[3], parameters[4], parameters[5]), radiusOf(parameters), MInvalid);
+    double sum = 0.0;
+    const MVector3d *p = m_points.points();
+    for (int i = 0; i < m_points.size(); ++i) {
+        const double d = cylinder.distance(p[i]);
+        sum += d * d;
+    }
+    return sum;
+}
+
+void MCylinderFit::distance(const MVector3d &point, const double *parameters, double *result) const
+{
+    *result = MAxialTerms(point, parameters).radial - radiusOf(parameters);
+}
+
+void MCylinderFit::distanceAndGradient(const MVector3d &point, const double *parameters, double *result,
+                                       double *gradient) const
+{
+    const MAxialTerms t(point, parameters);
+    *result = t.radial - radiusOf(parameters);
+    double u[3];
+    t.radialByPoint(u);
+    for (int i = 0; i < 3; ++i) {
+        gradient[i] = u[i];
+        gradient[3 + i] = u[i] * t.along;
+    }
+    if (m_fixedRadius == 0.0)
+        gradient[6] = -1.0;
+}
+
+void MCylinderFit::normalizeParameters(double *parameters)
+{
+    normalizeAxisDirection(parameters);
+    const double *a = parameters + 3;
+    const double along = parameters[0] * a[0] + parameters[1] * a[1] + parameters[2] * a[2];
+    for (int i = 0; i < 3; ++i)
+        parameters[i] -= a[i] * along;
+}
+
+} // namespace ZOLAR3D

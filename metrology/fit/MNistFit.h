@@ -1,0 +1,78 @@
+#pragma once
+
+#include "MBestFit.h"
+#include "MLevenbergMarquardt.h"
+#include "Zol3DExport.h"
+
+namespace ZOLAR3D {
+
+// Base of the orthogonal-distance fits of the round shapes. A shape is a
+// parameter vector (a point on the axis, a direction, sizes); each private
+// point contributes its geometric distance to the shape, and the sum of
+// squares is minimised by the library's Levenberg-Marquardt solver.
+template <class T>
+class MNistFit : public MBestFit<T> {
+public:
+    // The residual of one point: its distance to the shape of `parameters`.
+    virtual void distance(const MVector3d &point, const double *parameters, double *result) const = 0;
+    // The residual and its derivative by each parameter.
+    virtual void distanceAndGradient(const MVector3d &point, const double *parameters, double *result,
+                                     double *gradient) const = 0;
+    // Brings the parameters back to their canonical form after every step
+    // the solver tries; unless a fit knows better, they stay as they are.
+    virtual void normalizeParameters(double *parameters) { (void)parameters; }
+
+    // The steps the solver tried during the last fit, over all its
+    // minimisations: the fit's passes over the points, for diagnostics.
+    int numIterations() const { return m_numIterations; }
+
+    // The solver's view of the private points.
+    bool residual(int index, const double *parameters, double &result) const
+    {
+        distance(this->m_points.points()[index], parameters, &result);
+        return true;
+    }
+    bool residualAndGradient(int index, const double *parameters, double &result, double *gradient) const
+    {
+        distanceAndGradient(this->m_points.points()[index], parameters, &result, gradient);
+        return true;
+    }
+
+protected:
+    // Each fit starts its count of solver steps afresh.
+    void resetIterations() { m_numIterations = 0; }
+    // Minimises over the first numParameters entries of `parameters`, from
+    // their values as given, with normalizeParameters as the solver's
+    // parameter callback when `normalizing`. Each private point is one
+    // residual: its distance.
+    void minimize(double *parameters, int numParameters, int maxNumIterations, bool normalizing)
+    {
+        minimizeProblem(*this, parameters, numParameters, this->m_points.size(), maxNumIterations, normalizing);
+    }
+
+    // The same over the residuals of `problem`, an object with the members
+    // that MLevenbergMarquardt::minimize asks for and normalizeParameters.
+    template <class Problem>
+    void minimizeProblem(Problem &problem, double *parameters, int numParameters, int numResiduals,
+                         int maxNumIterations, bool normalizing)
+    {
+        MLevenbergMarquardtOptions options;
+        options.maxNumIterations = maxNumIterations;
+        if (normalizing)
+            options.parameterNormalizationFunction = [](double *p, void *context) {
+                static_cast<Problem *>(context)->normalizeParameters(p);
+            };
+        int tried = 0;
+        MLevenbergMarquardt::minimize(options, problem, parameters, numParameters, numResiduals, &tried);
+        m_numIterations += tried;
+    }
+
+private:
+    int m_numIterations = 0;
+};
+
+extern template class ZOL3D_API MNistFit<MCircle>;
+extern template class ZOL3D_API MNistFit<MCylinder>;
+extern template class ZOL3D_API MNistFit<MCone>;
+
+} // namespace ZOLAR3D
