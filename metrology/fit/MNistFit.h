@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MBestFit.h"
+#include "MFitFrame.h"
 #include "MLevenbergMarquardt.h"
 #include "Zol3DExport.h"
 
@@ -26,23 +27,27 @@ public:
     // minimisations: the fit's passes over the points, for diagnostics.
     int numIterations() const { return m_numIterations; }
 
-    // The solver's view of the private points.
+    // The solver's view of the private points, in the working frame.
     bool residual(int index, const double *parameters, double &result) const
     {
-        distance(this->m_points.points()[index], parameters, &result);
+        distance(m_frame.toLocal(this->m_points.points()[index]), parameters, &result);
         return true;
     }
     bool residualAndGradient(int index, const double *parameters, double &result, double *gradient) const
     {
-        distanceAndGradient(this->m_points.points()[index], parameters, &result, gradient);
+        distanceAndGradient(m_frame.toLocal(this->m_points.points()[index]), parameters, &result, gradient);
         return true;
     }
 
 protected:
+    // The frame of the parameters while a fit minimises (see MFitFrame);
+    // the world outside a fit, so that distance() takes world coordinates.
+    MFitFrame m_frame;
+
     // Each fit starts its count of solver steps afresh.
     void resetIterations() { m_numIterations = 0; }
-    // Minimises over the first numParameters entries of `parameters`, from
-    // their values as given, with normalizeParameters as the solver's
+    // Minimises over the first numParameters entries of `parameters`, given
+    // in the working frame, from their values as given, with normalizeParameters as the solver's
     // parameter callback when `normalizing`. Each private point is one
     // residual: its distance.
     void minimize(double *parameters, int numParameters, int maxNumIterations, bool normalizing)
