@@ -21,7 +21,7 @@ void MCircleFit2d::fit()
     const int count = freeRadius ? 3 : 2;
     {
         const MFitFrame::Scope local(m_frame, frame);
-        minimize(parameters, count, 200, false);
+        minimize(*this, parameters, count, 200, false);
     }
     if (!allFinite(parameters, count))
         return m_result.invalidate();

@@ -36,7 +36,7 @@ void MConeFit::fit()
         if (!startAlong(pca.center(), pca.eigenVector(k), candidate))
             continue;
         // A few steps suffice to tell the right axis from the wrong ones.
-        minimize(candidate, 8, 10, true);
+        minimize(*this, candidate, 8, 10, true);
         const double candidateScore = score(candidate);
         if (candidateScore < bestScore) {
             bestScore = candidateScore;
@@ -45,7 +45,7 @@ void MConeFit::fit()
     }
     if (!(bestScore < std::numeric_limits<double>::infinity()))
         return m_result.invalidate();
-    minimize(best, 8, 200, true);
+    minimize(*this, best, 8, 200, true);
     if (!allFinite(best, 8))
         return m_result.invalidate();
 

@@ -32,7 +32,7 @@ void MCylinderFit::fit()
         if (!startAlong(pca.eigenVector(k), candidate))
             continue;
         // A few steps suffice to tell the right axis from the wrong ones.
-        minimize(candidate, count, 10, true);
+        minimize(*this, candidate, count, 10, true);
         const double candidateScore = score(candidate);
         if (candidateScore < bestScore) {
             bestScore = candidateScore;
@@ -41,7 +41,7 @@ void MCylinderFit::fit()
     }
     if (!(bestScore < std::numeric_limits<double>::infinity()))
         return m_result.invalidate();
-    minimize(best, 8, 200, true);
+    minimize(*this, best, 8, 200, true);
     if (!allFinite(best, count))
         return m_result.invalidate();
 

@@ -7,13 +7,15 @@
 namespace ZOLAR3D {
 
 // The coordinates in which the iterative fits minimise: the origin at the
-// centroid of the points and the unit a power of two near their spread.
-// The solver's damping and its convergence bound are absolute numbers, so
-// in the user's own units its steps would depend on whether the data are in
-// metres or micrometres and how far they lie from the origin; in this frame
-// the same shape gives the same steps in any units. The unit being a power
-// of two, lengths convert without rounding. The default frame is the world
-// itself.
+// centroid of the points and a unit that gives the points an RMS spread of
+// 32 to 64 units. The solver's damping and its convergence bound are
+// absolute numbers, made for parts of a few centimetres measured in
+// millimetres; in the user's own units its steps would depend on whether
+// the data are in metres or micrometres and how far they lie from the
+// origin, and in metres a fit would stop a thousand times too early. In
+// this frame the same shape gives the same steps in any units. The unit is
+// a power of two, so lengths convert without rounding. The default frame
+// is the world itself.
 class MFitFrame {
 public:
     MFitFrame() = default;
