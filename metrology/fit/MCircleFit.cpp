@@ -25,13 +25,13 @@ struct MCircleFit::InPlaneAndAcross {
 
     bool residual(int index, const double *parameters, double &result) const
     {
-        const MAxialTerms t(fit.m_points.points()[index / 2], parameters);
+        const MAxialTerms t(fit.m_frame.toLocal(fit.m_points.points()[index / 2]), parameters);
         result = index % 2 == 0 ? t.radial - fit.radiusOf(parameters) : t.along;
         return true;
     }
     bool residualAndGradient(int index, const double *parameters, double &result, double *gradient) const
     {
-        const MAxialTerms t(fit.m_points.points()[index / 2], parameters);
+        const MAxialTerms t(fit.m_frame.toLocal(fit.m_points.points()[index / 2]), parameters);
         if (index % 2 == 0) {
             result = t.radial - fit.radiusOf(parameters);
             double u[3];
@@ -64,16 +64,21 @@ void MCircleFit::fit()
     fitFast();
     if (!m_result.isValid())
         return;
-    const MVector3d c = m_result.position(), n = m_result.normal();
-    double parameters[7] = {c.x(), c.y(), c.z(), n.x(), n.y(), n.z(), m_result.radius()};
+    const MFitFrame frame(m_points.points(), m_points.size());
+    const MVector3d c = frame.toLocal(m_result.position()), n = m_result.normal();
+    double parameters[7] = {c.x(), c.y(), c.z(), n.x(), n.y(), n.z(), frame.lengthToLocal(m_result.radius())};
     const int count = m_fixedRadius == 0.0 ? 7 : 6;
-    InPlaneAndAcross components{*this};
-    minimizeProblem(components, parameters, count, 2 * m_points.size(), 200, true);
+    {
+        const MFitFrame::Scope local(m_frame, frame);
+        InPlaneAndAcross components{*this};
+        minimizeProblem(components, parameters, count, 2 * m_points.size(), 200, true);
+    }
     if (!allFinite(parameters, count))
         return m_result.invalidate();
     MVector3d normal = MVector3d(parameters[3], parameters[4], parameters[5]).normalized();
     orient(normal);
-    m_result = MCircle(MVector3d(parameters[0], parameters[1], parameters[2]), normal, radiusOf(parameters));
+    const double radius = m_fixedRadius != 0.0 ? m_fixedRadius : frame.lengthToWorld(parameters[6]);
+    m_result = MCircle(frame.toWorld(MVector3d(parameters[0], parameters[1], parameters[2])), normal, radius);
 }
 
 void MCircleFit::fitFast() { fitInPlane(false); }

@@ -39,7 +39,11 @@ public:
 private:
     struct InPlaneAndAcross;
 
-    double radiusOf(const double *parameters) const { return m_fixedRadius != 0.0 ? m_fixedRadius : parameters[6]; }
+    // The radius of a parameter vector in the working frame.
+    double radiusOf(const double *parameters) const
+    {
+        return m_fixedRadius != 0.0 ? m_frame.lengthToLocal(m_fixedRadius) : parameters[6];
+    }
     // The circle of the points turned so that the principal plane's normal
     // is Z, fitted geometrically or algebraically, and turned back.
     void fitInPlane(bool geometric);

@@ -15,16 +15,22 @@ void MCircleFit2d::fit()
     if (!m_result.isValid() || !isUsableFixedRadius(m_fixedRadius))
         return m_result.invalidate();
     const bool freeRadius = m_fixedRadius == 0.0;
-    double parameters[3] = {m_result.position().x(), m_result.position().y(), m_result.radius()};
+    const MFitFrame frame(m_points.points(), m_points.size());
+    const MVector3d centre = frame.toLocal(m_result.position());
+    double parameters[3] = {centre.x(), centre.y(), frame.lengthToLocal(m_result.radius())};
     const int count = freeRadius ? 3 : 2;
-    minimize(parameters, count, 200, false);
+    {
+        const MFitFrame::Scope local(m_frame, frame);
+        minimize(*this, parameters, count, 200, false);
+    }
     if (!allFinite(parameters, count))
         return m_result.invalidate();
-    m_result.setPosition(MVector3d(parameters[0], parameters[1], m_result.position().z()));
+    const MVector3d fitted = frame.toWorld(MVector3d(parameters[0], parameters[1], centre.z()));
+    m_result.setPosition(MVector3d(fitted.x(), fitted.y(), m_result.position().z()));
     // Only a free radius was fitted; a fixed one leaves the algebraic
     // radius in the result, which callers of the fixed-radius fit rely on.
     if (freeRadius)
-        m_result.setRadius(parameters[2]);
+        m_result.setRadius(frame.lengthToWorld(parameters[2]));
 }
 
 void MCircleFit2d::fitFast() { m_result = algebraicCircle(m_points.points(), m_points.size()); }

@@ -28,7 +28,11 @@ public:
                              double *gradient) const final;
 
 private:
-    double radiusOf(const double *parameters) const { return m_fixedRadius != 0.0 ? m_fixedRadius : parameters[2]; }
+    // The radius of a parameter vector in the working frame.
+    double radiusOf(const double *parameters) const
+    {
+        return m_fixedRadius != 0.0 ? m_frame.lengthToLocal(m_fixedRadius) : parameters[2];
+    }
 
     double m_fixedRadius = 0.0;
 };

@@ -17,14 +17,6 @@ namespace {
 constexpr double Pi = 3.141592653589793;
 constexpr double TwoPi = 6.283185307179586;
 
-MCone coneOf(const double *parameters)
-{
-    const double phi = parameters[7];
-    return MCone(MVector3d(parameters[0], parameters[1], parameters[2]),
-                 MVector3d(parameters[3], parameters[4], parameters[5]), parameters[6] / std::cos(phi), 2.0 * phi,
-                 MInvalid);
-}
-
 } // namespace
 
 void MConeFit::fit()
@@ -36,6 +28,7 @@ void MConeFit::fit()
     const MPrincipalComponentAnalysis pca(m_points.points(), n);
     if (isLineLike(pca, n))
         return m_result.invalidate();
+    const MFitFrame::Scope local(m_frame, MFitFrame(m_points.points(), n));
     double best[8] = {};
     double bestScore = std::numeric_limits<double>::infinity();
     for (int k = 0; k < 3; ++k) {
@@ -43,7 +36,7 @@ void MConeFit::fit()
         if (!startAlong(pca.center(), pca.eigenVector(k), candidate))
             continue;
         // A few steps suffice to tell the right axis from the wrong ones.
-        minimize(candidate, 8, 10, true);
+        minimize(*this, candidate, 8, 10, true);
         const double candidateScore = score(candidate);
         if (candidateScore < bestScore) {
             bestScore = candidateScore;
@@ -52,7 +45,7 @@ void MConeFit::fit()
     }
     if (!(bestScore < std::numeric_limits<double>::infinity()))
         return m_result.invalidate();
-    minimize(best, 8, 200, true);
+    minimize(*this, best, 8, 200, true);
     if (!allFinite(best, 8))
         return m_result.invalidate();
 
@@ -97,13 +90,22 @@ bool MConeFit::startAlong(const MVector3d &centre, const MVector3d &axis, double
     const double phi = std::acos(std::min(dt, 1.0));
     // The distance of the profile line from the origin is s itself: the
     // radius at the axis point times cos(phi).
-    const MVector3d at = line.position();
-    const double s = std::fabs(at.x() * drho - at.y() * dt);
+    const MVector3d middle = line.position();
+    const double s = std::fabs(middle.x() * drho - middle.y() * dt);
     const MVector3d towardsApex = drho > 0.0 ? -direction : direction;
-    const double start[8] = {centre.x(),       centre.y(),       centre.z(), towardsApex.x(),
-                             towardsApex.y(), towardsApex.z(), s,          phi};
+    const MVector3d at = m_frame.toLocal(centre);
+    const double start[8] = {at.x(), at.y(), at.z(), towardsApex.x(), towardsApex.y(), towardsApex.z(),
+                             m_frame.lengthToLocal(s), phi};
     std::copy(start, start + 8, parameters);
     return true;
+}
+
+MCone MConeFit::coneOf(const double *parameters) const
+{
+    const double phi = parameters[7];
+    return MCone(m_frame.toWorld(MVector3d(parameters[0], parameters[1], parameters[2])),
+                 MVector3d(parameters[3], parameters[4], parameters[5]),
+                 m_frame.lengthToWorld(parameters[6]) / std::cos(phi), 2.0 * phi, MInvalid);
 }
 
 double MConeFit::score(const double *parameters) const

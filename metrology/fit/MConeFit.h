@@ -31,7 +31,10 @@ public:
 private:
     // The start along the principal axis through `centre`: the straight line
     // of the points' profile, distance from the axis over height along it.
+    // The parameters are those of the working frame.
     bool startAlong(const MVector3d &centre, const MVector3d &axis, double *parameters) const;
+    // The cone of a parameter vector in the working frame, in the world.
+    MCone coneOf(const double *parameters) const;
     double score(const double *parameters) const;
 };
 

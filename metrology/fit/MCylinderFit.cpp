@@ -22,6 +22,7 @@ void MCylinderFit::fit()
     const MPrincipalComponentAnalysis pca(m_points.points(), n);
     if (isLineLike(pca, n))
         return m_result.invalidate();
+    const MFitFrame::Scope local(m_frame, MFitFrame(m_points.points(), n));
     // Eight places, of which the last one or two have no gradient: the final
     // minimisation runs over all eight, and the damping keeps them unchanged.
     double best[8] = {};
@@ -31,7 +32,7 @@ void MCylinderFit::fit()
         if (!startAlong(pca.eigenVector(k), candidate))
             continue;
         // A few steps suffice to tell the right axis from the wrong ones.
-        minimize(candidate, count, 10, true);
+        minimize(*this, candidate, count, 10, true);
         const double candidateScore = score(candidate);
         if (candidateScore < bestScore) {
             bestScore = candidateScore;
@@ -40,17 +41,18 @@ void MCylinderFit::fit()
     }
     if (!(bestScore < std::numeric_limits<double>::infinity()))
         return m_result.invalidate();
-    minimize(best, 8, 200, true);
+    minimize(*this, best, 8, 200, true);
     if (!allFinite(best, count))
         return m_result.invalidate();
 
-    const MLine axis(MVector3d(best[0], best[1], best[2]), MVector3d(best[3], best[4], best[5]));
+    const MCylinder fitted = cylinderOf(best);
+    const MLine axis(fitted.position(), fitted.direction());
     double tmin, tmax;
     lineParameterRange(axis, m_points.points(), n, tmin, tmax);
     // Oriented last, so that a flip moves neither the position nor the length.
     MVector3d direction = axis.direction();
     orient(direction);
-    m_result = MCylinder(axis.position() + axis.direction() * ((tmin + tmax) * 0.5), direction, radiusOf(best),
+    m_result = MCylinder(axis.position() + axis.direction() * ((tmin + tmax) * 0.5), direction, fitted.radius(),
                          tmax - tmin);
 }
 
@@ -63,17 +65,24 @@ bool MCylinderFit::startAlong(const MVector3d &axis, double *parameters) const
     const MCircle flat = algebraicCircle(turned.data(), n);
     if (!flat.isValid())
         return false;
-    const MVector3d position = intoZ.transposed() * flat.position();
-    const double start[7] = {position.x(),  position.y(),  position.z(), direction.x(),
-                             direction.y(), direction.z(), flat.radius()};
+    const MVector3d position = m_frame.toLocal(intoZ.transposed() * flat.position());
+    const double start[7] = {position.x(),  position.y(),  position.z(),
+                             direction.x(), direction.y(), direction.z(),
+                             m_frame.lengthToLocal(flat.radius())};
     std::copy(start, start + 7, parameters);
     return true;
 }
 
+MCylinder MCylinderFit::cylinderOf(const double *parameters) const
+{
+    const double radius = m_fixedRadius != 0.0 ? m_fixedRadius : m_frame.lengthToWorld(parameters[6]);
+    return MCylinder(m_frame.toWorld(MVector3d(parameters[0], parameters[1], parameters[2])),
+                     MVector3d(parameters[3], parameters[4], parameters[5]), radius, MInvalid);
+}
+
 double MCylinderFit::score(const double *parameters) const
 {
-    const MCylinder cylinder(MVector3d(parameters[0], parameters[1], parameters[2]),
-                             MVector3d(parameters[3], parameters[4], parameters[5]), radiusOf(parameters), MInvalid);
+    const MCylinder cylinder = cylinderOf(parameters);
     double sum = 0.0;
     const MVector3d *p = m_points.points();
     for (int i = 0; i < m_points.size(); ++i) {

@@ -29,10 +29,16 @@ public:
     void normalizeParameters(double *parameters) final;
 
 private:
-    double radiusOf(const double *parameters) const { return m_fixedRadius != 0.0 ? m_fixedRadius : parameters[6]; }
+    // The radius of a parameter vector in the working frame.
+    double radiusOf(const double *parameters) const
+    {
+        return m_fixedRadius != 0.0 ? m_frame.lengthToLocal(m_fixedRadius) : parameters[6];
+    }
     // The start along `axis`: the algebraic circle of the points seen along
-    // it. False where the points seen so are collinear.
+    // it, in the working frame. False where the points seen so are collinear.
     bool startAlong(const MVector3d &axis, double *parameters) const;
+    // The cylinder of a parameter vector in the working frame, in the world.
+    MCylinder cylinderOf(const double *parameters) const;
     // The sum of squared distances of the points from the cylinder of `parameters`.
     double score(const double *parameters) const;
 

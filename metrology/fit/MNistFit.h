@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MBestFit.h"
+#include "MFitFrame.h"
 #include "MLevenbergMarquardt.h"
 #include "Zol3DExport.h"
 
@@ -26,28 +27,24 @@ public:
     // minimisations: the fit's passes over the points, for diagnostics.
     int numIterations() const { return m_numIterations; }
 
-    // The solver's view of the private points.
-    bool residual(int index, const double *parameters, double &result) const
-    {
-        distance(this->m_points.points()[index], parameters, &result);
-        return true;
-    }
-    bool residualAndGradient(int index, const double *parameters, double &result, double *gradient) const
-    {
-        distanceAndGradient(this->m_points.points()[index], parameters, &result, gradient);
-        return true;
-    }
-
 protected:
+    // The frame of the parameters while a fit minimises (see MFitFrame);
+    // the world outside a fit, so that distance() takes world coordinates.
+    MFitFrame m_frame;
+
     // Each fit starts its count of solver steps afresh.
     void resetIterations() { m_numIterations = 0; }
-    // Minimises over the first numParameters entries of `parameters`, from
-    // their values as given, with normalizeParameters as the solver's
-    // parameter callback when `normalizing`. Each private point is one
-    // residual: its distance.
-    void minimize(double *parameters, int numParameters, int maxNumIterations, bool normalizing)
+    // Minimises over the first numParameters entries of `parameters`, given
+    // in the working frame, from their values as given, with
+    // normalizeParameters as the solver's parameter callback when
+    // `normalizing`. Each private point is one residual: its distance. Fit
+    // is the concrete fit, whose final distance functions the solver's
+    // per-point calls then reach without a virtual call.
+    template <class Fit>
+    void minimize(Fit &fit, double *parameters, int numParameters, int maxNumIterations, bool normalizing)
     {
-        minimizeProblem(*this, parameters, numParameters, this->m_points.size(), maxNumIterations, normalizing);
+        PointDistances<Fit> distances{fit, m_frame, this->m_points.points()};
+        minimizeProblem(distances, parameters, numParameters, this->m_points.size(), maxNumIterations, normalizing);
     }
 
     // The same over the residuals of `problem`, an object with the members
@@ -68,6 +65,26 @@ protected:
     }
 
 private:
+    // The solver's view of the private points, in the working frame.
+    template <class Fit>
+    struct PointDistances {
+        Fit &fit;
+        const MFitFrame &frame;
+        const MVector3d *points;
+
+        bool residual(int index, const double *parameters, double &result) const
+        {
+            fit.distance(frame.toLocal(points[index]), parameters, &result);
+            return true;
+        }
+        bool residualAndGradient(int index, const double *parameters, double &result, double *gradient) const
+        {
+            fit.distanceAndGradient(frame.toLocal(points[index]), parameters, &result, gradient);
+            return true;
+        }
+        void normalizeParameters(double *parameters) { fit.normalizeParameters(parameters); }
+    };
+
     int m_numIterations = 0;
 };
 

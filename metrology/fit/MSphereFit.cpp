@@ -32,21 +32,26 @@ void MSphereFit::fit()
     fitFast();
     if (!m_result.isValid())
         return;
-    const MVector3d c = m_result.position();
-    double parameters[4] = {c.x(), c.y(), c.z(), m_result.radius()};
+    const MFitFrame frame(p, n);
+    const MVector3d c = frame.toLocal(m_result.position());
+    double parameters[4] = {c.x(), c.y(), c.z(), frame.lengthToLocal(m_result.radius())};
     const int count = m_fixedRadius == 0.0 ? 4 : 3;
-    MLevenbergMarquardtOptions options;
-    MLevenbergMarquardt::minimize(options, *this, parameters, count, n, &m_numIterations);
+    {
+        const MFitFrame::Scope local(m_frame, frame);
+        MLevenbergMarquardtOptions options;
+        MLevenbergMarquardt::minimize(options, *this, parameters, count, n, &m_numIterations);
+    }
     if (!allFinite(parameters, count))
         return m_result.invalidate();
-    m_result = MSphere(MVector3d(parameters[0], parameters[1], parameters[2]), radiusOf(parameters));
+    const double radius = m_fixedRadius != 0.0 ? m_fixedRadius : frame.lengthToWorld(parameters[3]);
+    m_result = MSphere(frame.toWorld(MVector3d(parameters[0], parameters[1], parameters[2])), radius);
 }
 
 void MSphereFit::fitFast() { m_result = algebraicSphere(m_points.points(), m_points.size()); }
 
 bool MSphereFit::residual(int index, const double *parameters, double &result) const
 {
-    const MVector3d d = m_points.points()[index] - MVector3d(parameters[0], parameters[1], parameters[2]);
+    const MVector3d d = m_frame.toLocal(m_points.points()[index]) - MVector3d(parameters[0], parameters[1], parameters[2]);
     result = std::sqrt(d.dot(d)) - radiusOf(parameters);
     return true;
 }
@@ -55,7 +60,7 @@ bool MSphereFit::residual(int index, const double *parameters, double &result) c
 // pulls on the radius alone.
 bool MSphereFit::residualAndGradient(int index, const double *parameters, double &result, double *gradient) const
 {
-    const MVector3d d = m_points.points()[index] - MVector3d(parameters[0], parameters[1], parameters[2]);
+    const MVector3d d = m_frame.toLocal(m_points.points()[index]) - MVector3d(parameters[0], parameters[1], parameters[2]);
     const double length = std::sqrt(d.dot(d));
     result = length - radiusOf(parameters);
     const double scale = length != 0.0 ? -1.0 / length : 0.0;

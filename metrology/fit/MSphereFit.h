@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MBestFit.h"
+#include "MFitFrame.h"
 #include "MLevenbergMarquardt.h"
 #include "MSphere.h"
 #include "Zol3DExport.h"
@@ -28,10 +29,16 @@ private:
     friend class MLevenbergMarquardt;
     bool residual(int index, const double *parameters, double &result) const;
     bool residualAndGradient(int index, const double *parameters, double &result, double *gradient) const;
-    double radiusOf(const double *parameters) const { return m_fixedRadius != 0.0 ? m_fixedRadius : parameters[3]; }
+    // The radius of a parameter vector in the working frame.
+    double radiusOf(const double *parameters) const
+    {
+        return m_fixedRadius != 0.0 ? m_frame.lengthToLocal(m_fixedRadius) : parameters[3];
+    }
 
     double m_fixedRadius = 0.0;
     int m_numIterations = 0;
+    // The frame of the parameters while the fit minimises.
+    MFitFrame m_frame;
 };
 
 } // namespace ZOLAR3D
