@@ -1,6 +1,7 @@
 #include "MPrincipalComponentAnalysis.h"
 
 #include "MPointCloud.h"
+#include "metrology/core/detail/MPointStream.h"
 #include "metrology/search/detail/MDirectionSign.h"
 
 #include <Eigen/Eigenvalues>
@@ -35,6 +36,119 @@ void makeRightHanded(MVector3d axes[3])
     if (z2 == largest)
         if (axes[2].cross(axes[0]).dot(axes[1]) < 0.0)
             axes[1] = -axes[1];
+}
+
+// Count, mean and scatter about the mean of some valid points; the mean is
+// kept as an offset from a reference point of the whole set, so that a cloud
+// far from the origin keeps its digits.
+struct Moments {
+    double count = 0.0;
+    MVector3d mean = MVector3d::Zero;
+    double xx = 0.0, xy = 0.0, xz = 0.0, yy = 0.0, yz = 0.0, zz = 0.0;
+};
+
+// Takes the points of part into whole (with the same reference): the
+// scatters add, and so does the spread of the two means, weighted by
+// n_whole n_part / (n_whole + n_part). Exact in real arithmetic, and stable.
+void merge(Moments &whole, const Moments &part)
+{
+    const double count = whole.count + part.count;
+    const MVector3d delta = part.mean - whole.mean;
+    const MVector3d weighted = delta * (whole.count * part.count / count);
+    whole.xx += part.xx + weighted.x() * delta.x();
+    whole.xy += part.xy + weighted.x() * delta.y();
+    whole.xz += part.xz + weighted.x() * delta.z();
+    whole.yy += part.yy + weighted.y() * delta.y();
+    whole.yz += part.yz + weighted.y() * delta.z();
+    whole.zz += part.zz + weighted.z() * delta.z();
+    whole.mean += delta * (part.count / count);
+    whole.count = count;
+}
+
+// How many valid points make a block.
+constexpr int BlockSize = 256;
+
+// The sums of a block of valid points, taken as offsets from a point near
+// them: the previous block's mean, which lies among the points whatever
+// their order.
+struct BlockSums {
+    MVector3d reference;
+    int count = 0;
+    MVector3d sum = MVector3d::Zero;
+    double xx = 0.0, xy = 0.0, xz = 0.0, yy = 0.0, yz = 0.0, zz = 0.0;
+
+    void add(const MVector3d &p)
+    {
+        const MVector3d d = p - reference;
+        ++count;
+        sum += d;
+        xx += d.x() * d.x();
+        xy += d.x() * d.y();
+        xz += d.x() * d.z();
+        yy += d.y() * d.y();
+        yz += d.y() * d.z();
+        zz += d.z() * d.z();
+    }
+
+    // The block's moments with the reference of the whole set: the scatter
+    // about the block's mean follows exactly as S - s s^T / n, a small
+    // correction since the block's reference lies close to that mean.
+    Moments moments(const MVector3d &wholeReference) const
+    {
+        Moments block;
+        block.count = count;
+        const MVector3d offset = sum / count;
+        block.mean = (reference - wholeReference) + offset;
+        block.xx = xx - sum.x() * offset.x();
+        block.xy = xy - sum.x() * offset.y();
+        block.xz = xz - sum.x() * offset.z();
+        block.yy = yy - sum.y() * offset.y();
+        block.yz = yz - sum.y() * offset.z();
+        block.zz = zz - sum.z() * offset.z();
+        return block;
+    }
+};
+
+// The moments of the valid points, with the first of them as reference. A
+// large cloud is read once: the valid points are summed in blocks of
+// BlockSize and the blocks merged. The blocks are counted in valid points,
+// so that holes in the array do not change the arithmetic.
+Moments momentsOfValidPoints(const MVector3d *points, int numPoints, MVector3d &reference)
+{
+    Moments whole;
+    int first = 0;
+    while (first < numPoints && !points[first].isValid())
+        ++first;
+    if (first == numPoints)
+        return whole;
+    reference = points[first];
+    BlockSums block;
+    block.reference = reference;
+    const auto takeBlock = [&] {
+        const Moments part = block.moments(reference);
+        merge(whole, part);
+        block = BlockSums();
+        block.reference = reference + part.mean;
+    };
+    streamPoints(points + first, numPoints - first, [&](const MVector3d &p) {
+        if (!p.isValid())
+            return;
+        block.add(p);
+        if (block.count == BlockSize)
+            takeBlock();
+    });
+    if (block.count > 0)
+        takeBlock();
+    return whole;
+}
+
+MVector3d plainSum(const MVector3d *points, int numPoints)
+{
+    MVector3d sum = MVector3d::Zero;
+    for (int i = 0; i < numPoints; ++i)
+        if (points[i].isValid())
+            sum += points[i];
+    return sum;
 }
 
 } // namespace
@@ -74,37 +188,16 @@ void MPrincipalComponentAnalysis::compute(const MVector3d *points, int numPoints
 {
     if (!points)
         numPoints = 0;
-    // The mean is summed relative to the first valid point and the scatter
-    // about the mean, so that a cloud far from the origin keeps its digits.
-    int count = 0;
-    MVector3d reference = MVector3d::Zero, sum = MVector3d::Zero, shifted = MVector3d::Zero;
-    for (int i = 0; i < numPoints; ++i) {
-        if (!points[i].isValid())
-            continue;
-        if (count++ == 0)
-            reference = points[i];
-        sum += points[i];
-        shifted += points[i] - reference;
-    }
-    if (count < 3) {
+    MVector3d reference;
+    const Moments moments = momentsOfValidPoints(points, numPoints, reference);
+    if (moments.count < 3.0) {
         // Nothing is solved; the centre is the plain sum, as callers expect.
-        m_center = sum;
+        m_center = plainSum(points, numPoints);
         return;
     }
-    m_center = reference + shifted / count;
-
-    double xx = 0.0, xy = 0.0, xz = 0.0, yy = 0.0, yz = 0.0, zz = 0.0;
-    for (int i = 0; i < numPoints; ++i) {
-        if (!points[i].isValid())
-            continue;
-        const MVector3d d = points[i] - m_center;
-        xx += d.x() * d.x();
-        xy += d.x() * d.y();
-        xz += d.x() * d.z();
-        yy += d.y() * d.y();
-        yz += d.y() * d.z();
-        zz += d.z() * d.z();
-    }
+    m_center = reference + moments.mean;
+    const double xx = moments.xx, xy = moments.xy, xz = moments.xz;
+    const double yy = moments.yy, yz = moments.yz, zz = moments.zz;
     Eigen::Matrix3d scatter;
     scatter << xx, xy, xz, xy, yy, yz, xz, yz, zz;
     // The iterative solver, not the closed form, which loses accuracy on

@@ -23,21 +23,28 @@ inline void prefetchForReading(const void *address)
 #endif
 }
 
-// Calls visit(point) for every point of a large array, in order. A loop that
-// does a few dozen operations per point leaves too few loads in flight for
-// the hardware prefetchers of some machines, and then runs at memory
-// latency instead of bandwidth; asking for the points ahead keeps such a
-// pass close to the speed of a plain sum.
+// Calls visit(i) for every index i from begin to end of a large array of
+// points, in order. A loop that does a few dozen operations per point leaves
+// too few loads in flight for the hardware prefetchers of some machines, and
+// then runs at memory latency instead of bandwidth; asking for the points
+// ahead keeps such a pass close to the speed of a plain sum.
+template <class Visit>
+inline void streamPointIndices(const MVector3d *points, int begin, int end, Visit &&visit)
+{
+    int i = begin;
+    for (; i < end - MPointStreamLookAhead; ++i) {
+        prefetchForReading(points + i + MPointStreamLookAhead);
+        visit(i);
+    }
+    for (; i < end; ++i)
+        visit(i);
+}
+
+// Calls visit(point) for every point of a large array, in order, as above.
 template <class Visit>
 inline void streamPoints(const MVector3d *points, int n, Visit &&visit)
 {
-    int i = 0;
-    for (; i < n - MPointStreamLookAhead; ++i) {
-        prefetchForReading(points + i + MPointStreamLookAhead);
-        visit(points[i]);
-    }
-    for (; i < n; ++i)
-        visit(points[i]);
+    streamPointIndices(points, 0, n, [&](int i) { visit(points[i]); });
 }
 
 } // namespace ZOLAR3D

@@ -1,10 +1,12 @@
 #include "MPointCloud.h"
 #include "MPrincipalComponentAnalysis.h"
 
+#include <Eigen/Eigenvalues>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <random>
 #include <vector>
@@ -64,6 +66,51 @@ void expectOrthonormalRightHanded(const MPrincipalComponentAnalysis &pca)
             EXPECT_NEAR(pca.eigenVector(i).dot(pca.eigenVector(j)), 0.0, 1e-12);
     }
     EXPECT_NEAR(determinant(pca), 1.0, 1e-12);
+}
+
+// A rough tilted strip of a scan far from the origin, in scan order or
+// shuffled, with a hole at every 37th place: many blocks of valid points.
+std::vector<MVector3d> roughStrip(bool shuffled)
+{
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> noise(0.0, 0.001);
+    std::vector<MVector3d> points;
+    for (int i = 0; i < 20000; ++i) {
+        const double x = 1e5 + 0.01 * (i % 400), y = -2e5 + 0.01 * (i / 400);
+        points.emplace_back(x, y, 3e5 + 0.2 * x - 0.1 * y + noise(random));
+    }
+    if (shuffled)
+        std::shuffle(points.begin(), points.end(), random);
+    for (size_t i = 0; i < points.size(); i += 37)
+        points[i].invalidate();
+    return points;
+}
+
+// Eigenvalues, largest first, of the scatter about the mean of the valid
+// points, both summed in long double in two passes.
+std::vector<double> twoPassEigenvalues(const std::vector<MVector3d> &points)
+{
+    long double mean[3] = {0, 0, 0}, count = 0;
+    for (const MVector3d &p : points)
+        if (p.isValid()) {
+            for (int k = 0; k < 3; ++k)
+                mean[k] += p[k];
+            ++count;
+        }
+    for (long double &m : mean)
+        m /= count;
+    long double scatter[3][3] = {};
+    for (const MVector3d &p : points)
+        if (p.isValid())
+            for (int r = 0; r < 3; ++r)
+                for (int c = 0; c < 3; ++c)
+                    scatter[r][c] += (p[r] - mean[r]) * (p[c] - mean[c]);
+    Eigen::Matrix3d matrix;
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c)
+            matrix(r, c) = double(scatter[r][c]);
+    const Eigen::Vector3d values = Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d>(matrix).eigenvalues();
+    return {values(2), values(1), values(0)};
 }
 
 } // namespace
@@ -170,6 +217,30 @@ TEST(MPrincipalComponentAnalysis, InvalidPointsAreLeftOut)
     for (int k = 0; k < 3; ++k) {
         EXPECT_NEAR(holed.eigenValue(k), clean.eigenValue(k), 1e-10);
         EXPECT_TRUE(holed.eigenVector(k).equals(clean.eigenVector(k), 1e-10));
+    }
+}
+
+TEST(MPrincipalComponentAnalysis, LargeCloudFarFromTheOriginAgreesWithALongDoubleTwoPassSum)
+{
+    for (bool shuffled : {false, true}) {
+        const std::vector<MVector3d> points = roughStrip(shuffled);
+        const MPrincipalComponentAnalysis pca(points.data(), int(points.size()));
+        const std::vector<double> expected = twoPassEigenvalues(points);
+        for (int k = 0; k < 3; ++k)
+            EXPECT_NEAR(pca.eigenValue(k), expected[k], 1e-15 * expected[0]) << shuffled << k;
+    }
+}
+
+TEST(MPrincipalComponentAnalysis, HolesDoNotChangeTheArithmetic)
+{
+    const std::vector<MVector3d> holed = roughStrip(true);
+    std::vector<MVector3d> valid;
+    std::copy_if(holed.begin(), holed.end(), std::back_inserter(valid), [](const MVector3d &p) { return p.isValid(); });
+    const MPrincipalComponentAnalysis a(holed.data(), int(holed.size())), b(valid.data(), int(valid.size()));
+    EXPECT_EQ(a.center(), b.center());
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_EQ(a.eigenValue(k), b.eigenValue(k));
+        EXPECT_EQ(a.eigenVector(k), b.eigenVector(k));
     }
 }
 
