@@ -196,10 +196,9 @@ void MPrincipalComponentAnalysis::compute(const MVector3d *points, int numPoints
         return;
     }
     m_center = reference + moments.mean;
-    const double xx = moments.xx, xy = moments.xy, xz = moments.xz;
-    const double yy = moments.yy, yz = moments.yz, zz = moments.zz;
     Eigen::Matrix3d scatter;
-    scatter << xx, xy, xz, xy, yy, yz, xz, yz, zz;
+    scatter << moments.xx, moments.xy, moments.xz, moments.xy, moments.yy, moments.yz, moments.xz, moments.yz,
+        moments.zz;
     // The iterative solver, not the closed form, which loses accuracy on
     // nearly equal eigenvalues.
     const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(scatter, Eigen::ComputeEigenvectors);

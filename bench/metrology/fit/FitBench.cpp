@@ -1,6 +1,6 @@
 // The best-fit plane of a large scan against one plain pass of memory
-// reading over the same points: the fit copies the valid points and passes
-// over them for the centre, the scatter and the extent.
+// reading over the same points: the fit reads the points twice, once for the
+// centre and the scatter, once more for the extent along the fitted axes.
 #include "MPlane.h"
 #include "MPointCloud.h"
 
