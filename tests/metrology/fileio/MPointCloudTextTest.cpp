@@ -15,23 +15,9 @@ using namespace ZOLAR3D;
 
 namespace {
 
-class PointText : public ::testing::Test {
+class PointText : public test::ScratchFiles {
 protected:
-    void SetUp() override { m_dir = test::scratchDir("pointtext"); }
-    std::string path(const std::string &name) const { return m_dir + "/" + name; }
-    std::wstring widePath(const std::string &name) const
-    {
-        const std::string narrow = path(name);
-        return std::wstring(narrow.begin(), narrow.end());
-    }
-    void write(const std::string &name, const std::string &text) { test::writeBytes(path(name), test::Bytes(text.begin(), text.end())); }
-    std::string read(const std::string &name) const
-    {
-        const test::Bytes bytes = test::readBytes(path(name));
-        return std::string(bytes.begin(), bytes.end());
-    }
-
-    std::string m_dir;
+    PointText() : ScratchFiles("pointtext") {}
 };
 
 MPointCloud cloudOf(std::initializer_list<MVector3d> points)

@@ -21,17 +21,9 @@ namespace {
 
 constexpr std::size_t HeaderSize = 156;
 
-class MriFile : public ::testing::Test {
+class MriFile : public test::ScratchFiles {
 protected:
-    void SetUp() override { m_dir = test::scratchDir("mri"); }
-    std::string path(const std::string &name) const { return m_dir + "/" + name; }
-    std::wstring widePath(const std::string &name) const
-    {
-        const std::string narrow = path(name);
-        return std::wstring(narrow.begin(), narrow.end());
-    }
-
-    std::string m_dir;
+    MriFile() : ScratchFiles("mri") {}
 };
 
 // Values that a text format or a careless copy would not keep.
