@@ -119,6 +119,23 @@ void expectPointsMatchIndices(const Found &found, const std::vector<MVector3d> &
         EXPECT_EQ(found.points[i], points[found.indices[i]]);
 }
 
+// Radius search and nearest neighbour against brute force, the points written
+// being the stored points of the indices written.
+void expectMatchesBruteForce(const MKdTree &tree, const std::vector<MVector3d> &points,
+                             const std::vector<MVector3d> &queries, double radius)
+{
+    for (const MVector3d &q : queries) {
+        const Found found = allNeighbors(tree, q, radius, int(points.size()));
+        EXPECT_EQ(sorted(found.indices), bruteBall(points, q, radius));
+        expectPointsMatchIndices(found, points);
+        MVector3d nearest;
+        int index = -2;
+        ASSERT_TRUE(tree.findNearestNeighbor(q, 10.0, &nearest, &index, false));
+        EXPECT_EQ(nearest, points[index]);
+        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
+    }
+}
+
 struct Cloud {
     const char *name;
     std::vector<MVector3d> points;
@@ -376,14 +393,7 @@ TEST(MKdTree, LargeCloudsMatchBruteForce)
     tree.from(points.data(), int(points.size()));
     std::vector<MVector3d> queries = queriesFor(points, 8);
     queries.resize(60);
-    for (const MVector3d &q : queries) {
-        const Found found = allNeighbors(tree, q, 0.03, 1000);
-        EXPECT_EQ(sorted(found.indices), bruteBall(points, q, 0.03));
-        expectPointsMatchIndices(found, points);
-        MVector3d nearest;
-        ASSERT_TRUE(tree.findNearestNeighbor(q, 1.0, &nearest, nullptr, false));
-        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-    }
+    expectMatchesBruteForce(tree, points, queries, 0.03);
     EXPECT_EQ(tree.findAllNeighbors(MVector3d::Zero, 2.0, int(points.size()), nullptr, nullptr), int(points.size()));
 }
 
@@ -629,16 +639,7 @@ TEST(MKdTree, InvalidPointsKeepTheirIndex)
         points[i].setZ(NaN);
     MKdTree tree;
     tree.from(points.data(), int(points.size()));
-    for (const MVector3d &q : queriesFor(randomPoints(50, 2), 1)) {
-        const Found found = allNeighbors(tree, q, 0.3, int(points.size()));
-        EXPECT_EQ(sorted(found.indices), bruteBall(points, q, 0.3));
-        expectPointsMatchIndices(found, points);
-        MVector3d nearest;
-        int index = -2;
-        ASSERT_TRUE(tree.findNearestNeighbor(q, 10.0, &nearest, &index, false));
-        EXPECT_EQ(nearest, points[index]);
-        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-    }
+    expectMatchesBruteForce(tree, points, queriesFor(randomPoints(50, 2), 1), 0.3);
 }
 
 TEST(MKdTree, FromACloudUsesItsPointsAndPositions)
@@ -717,14 +718,7 @@ TEST(MKdTree, InsertAfterBulkBuildExtendsTheIndices)
             points[i].invalidate();
         tree.insert(points[i]);
     }
-    for (const MVector3d &q : queriesFor(points, 4)) {
-        EXPECT_EQ(sorted(allNeighbors(tree, q, 0.08, int(points.size())).indices), bruteBall(points, q, 0.08));
-        MVector3d nearest;
-        int index = -2;
-        ASSERT_TRUE(tree.findNearestNeighbor(q, 10.0, &nearest, &index, false));
-        EXPECT_EQ(nearest, points[index]);
-        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-    }
+    expectMatchesBruteForce(tree, points, queriesFor(points, 4), 0.08);
 }
 
 TEST(MKdTree, InsertOnlyTreesMatchBruteForce)
@@ -742,13 +736,7 @@ TEST(MKdTree, InsertOnlyTreesMatchBruteForce)
             tree.insert(p);
         std::vector<MVector3d> queries = queriesFor(points, 6);
         queries.resize(30);
-        for (const MVector3d &q : queries) {
-            EXPECT_EQ(sorted(allNeighbors(tree, q, 0.05, int(points.size())).indices), bruteBall(points, q, 0.05));
-            MVector3d nearest;
-            int index = -2;
-            ASSERT_TRUE(tree.findNearestNeighbor(q, 1e9, &nearest, &index, false));
-            EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-        }
+        expectMatchesBruteForce(tree, points, queries, 0.05);
     }
 }
 
