@@ -52,11 +52,28 @@ std::string header(const std::string &fields, const std::string &size, const std
 
 std::string xyzHeader(int points, const std::string &data) { return header("x y z", "4 4 4", "F F F", "1 1 1", points, 1, data); }
 
-template <class T>
-void append(Bytes &bytes, T value)
+// Appends each value's bytes as they lie in memory.
+template <class... T>
+void append(Bytes &bytes, T... values)
 {
-    const auto *raw = reinterpret_cast<const unsigned char *>(&value);
-    bytes.insert(bytes.end(), raw, raw + sizeof(T));
+    const auto one = [&bytes](const auto &value) {
+        const auto *raw = reinterpret_cast<const unsigned char *>(&value);
+        bytes.insert(bytes.end(), raw, raw + sizeof(value));
+    };
+    (one(values), ...);
+}
+
+// Point i of the numbered test clouds.
+MVector3d numbered(int i) { return MVector3d(i * 3, i * 3 + 1, i * 3 + 2); }
+
+// The x, y and z columns of n numbered points in floats, as a compressed block holds them.
+Bytes numberedColumns(int n)
+{
+    Bytes block;
+    for (int c = 0; c < 3; ++c)
+        for (int i = 0; i < n; ++i)
+            append(block, float(numbered(i)[c]));
+    return block;
 }
 
 // The body of a compressed file: both sizes, then one LZF stream of block.
@@ -66,8 +83,7 @@ Bytes compressedBody(const Bytes &block)
     const unsigned size = lzf_compress(block.data(), unsigned(block.size()), stream.data(), unsigned(stream.size()));
     stream.resize(size);
     Bytes body;
-    append(body, std::uint32_t(size));
-    append(body, std::uint32_t(block.size()));
+    append(body, std::uint32_t(size), std::uint32_t(block.size()));
     body.insert(body.end(), stream.begin(), stream.end());
     return body;
 }
@@ -439,13 +455,8 @@ TEST_F(PcdFile, BinaryRecordsReadTheirFieldsAndDropTheRest)
     Bytes body;
     for (int i = 0; i < 2; ++i) {
         body.insert(body.end(), {0xAA, 0xBB, 0xCC});
-        append(body, float(i + 0.5f));
-        append(body, float(-i));
-        append(body, float(1e20f));
-        append(body, std::uint32_t(0xFF102030u + std::uint32_t(i)));
-        for (int k = 0; k < 3; ++k)
-            append(body, float(7));
-        append(body, double(9));
+        append(body, float(i + 0.5f), float(-i), float(1e20f), std::uint32_t(0xFF102030u + std::uint32_t(i)));
+        append(body, 7.0f, 7.0f, 7.0f, 9.0);
     }
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, text, body));
@@ -459,9 +470,7 @@ TEST_F(PcdFile, BinaryRecordsReadTheirFieldsAndDropTheRest)
 TEST_F(PcdFile, BinaryCoordinatesAreDoublesWhenXHasEightBytes)
 {
     Bytes body;
-    append(body, 0.1);
-    append(body, -1e300);
-    append(body, 3.0);
+    append(body, 0.1, -1e300, 3.0);
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, header("x y z", "8 8 8", "F F F", "1 1 1", 1, 1, "binary"), body));
     EXPECT_EQ(cloud[0], MVector3d(0.1, -1e300, 3.0));
@@ -470,9 +479,7 @@ TEST_F(PcdFile, BinaryCoordinatesAreDoublesWhenXHasEightBytes)
 TEST_F(PcdFile, BinaryNaNIsStoredAsItStands)
 {
     Bytes body;
-    append(body, std::numeric_limits<float>::quiet_NaN());
-    append(body, 1.0f);
-    append(body, 2.0f);
+    append(body, std::numeric_limits<float>::quiet_NaN(), 1.0f, 2.0f);
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, xyzHeader(1, "binary"), body));
     EXPECT_TRUE(std::isnan(cloud[0].x()));
@@ -486,10 +493,7 @@ TEST_F(PcdFile, BinaryFieldsAreReadThroughSlotsOf32Bytes)
     // and the array's length still moves y; z has two bytes, read with zeros.
     const std::string text = header("x y z", "8 8 2", "F F F", "5 1 1", 1, 1, "binary");
     Bytes body;
-    for (int k = 0; k < 5; ++k)
-        append(body, double(k + 1));
-    append(body, 2.5);
-    append(body, std::uint16_t(0xABCD));
+    append(body, 1.0, 2.0, 3.0, 4.0, 5.0, 2.5, std::uint16_t(0xABCD));
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, text, body));
     double z;
@@ -502,12 +506,11 @@ TEST_F(PcdFile, BinaryOrganisationFollowsTheHeight)
 {
     Bytes body;
     for (int i = 0; i < 6; ++i)
-        for (int c = 0; c < 3; ++c)
-            append(body, float(i * 3 + c));
+        append(body, float(i * 3), float(i * 3 + 1), float(i * 3 + 2));
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, header("x y z", "4 4 4", "F F F", "1 1 1", 3, 2, "binary"), body));
     EXPECT_TRUE(cloud.isOrganized2d());
-    EXPECT_EQ(cloud.point(1, 2), MVector3d(15, 16, 17));
+    EXPECT_EQ(cloud.point(1, 2), numbered(5));
     ASSERT_TRUE(load(cloud, header("x y z", "4 4 4", "F F F", "1 1 1", 6, 1, "binary"), body));
     EXPECT_FALSE(cloud.isOrganized2d());
     EXPECT_EQ(cloud.height(), 0);
@@ -521,10 +524,7 @@ TEST_F(PcdFile, BinaryOrganisationFollowsTheHeight)
 TEST_F(PcdFile, CompressedNaNLeavesTheMarkerInPlace)
 {
     Bytes block;
-    const float xs[] = {1, std::numeric_limits<float>::quiet_NaN()}, ys[] = {2, 5}, zs[] = {3, 6};
-    for (const float *column : {xs, ys, zs})
-        for (int i = 0; i < 2; ++i)
-            append(block, column[i]);
+    append(block, 1.0f, std::numeric_limits<float>::quiet_NaN(), 2.0f, 5.0f, 3.0f, 6.0f);
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, xyzHeader(2, "binary_compressed"), compressedBody(block)));
     EXPECT_EQ(cloud[0], MVector3d(1, 2, 3));
@@ -533,14 +533,11 @@ TEST_F(PcdFile, CompressedNaNLeavesTheMarkerInPlace)
 
 TEST_F(PcdFile, CompressedUncompressedSizeFieldIsNotUsed)
 {
-    Bytes block;
-    for (int i = 0; i < 9; ++i)
-        append(block, float(i));
-    Bytes body = compressedBody(block);
+    Bytes body = compressedBody(numberedColumns(3));
     test::setFieldAt<std::uint32_t>(body, 4, 5);
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, xyzHeader(3, "binary_compressed"), body));
-    EXPECT_EQ(cloud[2], MVector3d(2, 5, 8));
+    EXPECT_EQ(cloud[2], numbered(2));
 }
 
 TEST_F(PcdFile, CompressedColourFieldBehindAnotherFieldIsNotRead)
@@ -549,10 +546,7 @@ TEST_F(PcdFile, CompressedColourFieldBehindAnotherFieldIsNotRead)
     // a file with a field in between lies beyond it: the colours keep their
     // gray fill while the coordinates in front are read.
     const int n = 200;
-    Bytes block;
-    for (int c = 0; c < 3; ++c)
-        for (int i = 0; i < n; ++i)
-            append(block, float(i * 3 + c));
+    Bytes block = numberedColumns(n);
     for (int i = 0; i < n; ++i)
         append(block, float(0.5f * float(i)));
     for (int i = 0; i < n; ++i)
@@ -562,7 +556,7 @@ TEST_F(PcdFile, CompressedColourFieldBehindAnotherFieldIsNotRead)
                      compressedBody(block)));
     ASSERT_TRUE(cloud.hasColors());
     for (int i = 0; i < n; ++i) {
-        ASSERT_EQ(cloud[i], MVector3d(i * 3, i * 3 + 1, i * 3 + 2)) << i;
+        ASSERT_EQ(cloud[i], numbered(i)) << i;
         ASSERT_EQ(cloud.color(i), MColor::Gray) << i;
     }
 }
@@ -576,14 +570,11 @@ TEST_F(PcdFile, CompressedFieldBehindRgbCutsTheStreamAtTheBlock)
     const int n = 500;
     std::mt19937 rng(7);
     std::uniform_int_distribution<std::uint32_t> any;
-    Bytes block, tail;
-    for (int c = 0; c < 3; ++c)
-        for (int i = 0; i < n; ++i)
-            append(block, float(i * 3 + c));
-    for (int i = 0; i < n; ++i)
+    Bytes block = numberedColumns(n), tail;
+    for (int i = 0; i < n; ++i) {
         append(block, any(rng));
-    for (int i = 0; i < n; ++i)
         append(tail, any(rng));
+    }
     const std::string text = header("x y z rgb label", "4 4 4 4 4", "F F F U U", "1 1 1 1 1", n, 1, "binary_compressed");
 
     Bytes whole = block;
@@ -592,7 +583,7 @@ TEST_F(PcdFile, CompressedFieldBehindRgbCutsTheStreamAtTheBlock)
     ASSERT_TRUE(load(cloud, text, compressedBody(whole)));
     int gray = 0;
     for (int i = 0; i < n; ++i) {
-        ASSERT_EQ(cloud[i], MVector3d(i * 3, i * 3 + 1, i * 3 + 2)) << i;
+        ASSERT_EQ(cloud[i], numbered(i)) << i;
         const std::uint32_t argb = fieldAt<std::uint32_t>(block, std::size_t(12 * n + 4 * i));
         if (cloud.color(i).argb() != argb) {
             EXPECT_EQ(cloud.color(i), MColor::Gray) << i;
@@ -606,8 +597,7 @@ TEST_F(PcdFile, CompressedFieldBehindRgbCutsTheStreamAtTheBlock)
     Bytes joined(first.begin() + 8, first.end());
     joined.insert(joined.end(), second.begin() + 8, second.end());
     Bytes body;
-    append(body, std::uint32_t(joined.size()));
-    append(body, std::uint32_t(whole.size()));
+    append(body, std::uint32_t(joined.size()), std::uint32_t(whole.size()));
     body.insert(body.end(), joined.begin(), joined.end());
     ASSERT_TRUE(load(cloud, text, body));
     for (int i = 0; i < n; ++i)
@@ -620,10 +610,7 @@ TEST_F(PcdFile, RgbaIsNotAColourField)
     // left out of the block, so LZF stops before the run that crosses the
     // end of the z column, and the last points keep their marker.
     const int n = 300;
-    Bytes block;
-    for (int c = 0; c < 3; ++c)
-        for (int i = 0; i < n; ++i)
-            append(block, float(i * 3 + c));
+    Bytes block = numberedColumns(n);
     for (int i = 0; i < n; ++i)
         append(block, std::uint32_t(0xFF000000u | std::uint32_t(i * 7919)));
     MPointCloud cloud;
@@ -632,7 +619,7 @@ TEST_F(PcdFile, RgbaIsNotAColourField)
     EXPECT_EQ(cloud.numColors(), 0);
     int lost = 0;
     for (int i = 0; i < n; ++i) {
-        if (cloud[i] == MVector3d(i * 3, i * 3 + 1, i * 3 + 2))
+        if (cloud[i] == numbered(i))
             continue;
         EXPECT_TRUE(samePoint(cloud[i], MVector3d(i * 3, i * 3 + 1, MInvalid))) << i;
         EXPECT_GE(i, n - 66) << i;
@@ -644,10 +631,7 @@ TEST_F(PcdFile, RgbaIsNotAColourField)
 TEST_F(PcdFile, CompressedDoublesWithColours)
 {
     Bytes block;
-    for (double v : {0.1, 0.2, 0.3, 0.4, 0.5, 0.6})
-        append(block, v);
-    append(block, std::uint32_t(1));
-    append(block, std::uint32_t(2));
+    append(block, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, std::uint32_t(1), std::uint32_t(2));
     MPointCloud cloud;
     ASSERT_TRUE(load(cloud, header("x y z rgb", "8 8 8 4", "F F F U", "1 1 1 1", 2, 1, "binary_compressed"),
                      compressedBody(block)));
@@ -672,9 +656,7 @@ TEST_F(PcdFile, TruncatedFilesKeepWhatArrivedAndNothingElse)
     Bytes binary(binaryText.begin(), binaryText.end());
     for (int i = 0; i < 40; ++i) {
         const MVector3d p = cloud[i].isValid() ? cloud[i] : MVector3d(NAN, NAN, NAN);
-        for (int c = 0; c < 3; ++c)
-            append(binary, float(p.data()[c]));
-        append(binary, cloud.color(i).argb());
+        append(binary, float(p.x()), float(p.y()), float(p.z()), cloud.color(i).argb());
         char line[128];
         std::snprintf(line, sizeof line, "%.17g %.17g %.17g %u\n", double(float(p.x())), double(float(p.y())),
                       double(float(p.z())), cloud.color(i).argb());
