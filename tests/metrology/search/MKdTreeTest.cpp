@@ -136,6 +136,22 @@ void expectMatchesBruteForce(const MKdTree &tree, const std::vector<MVector3d> &
     }
 }
 
+// Every search comes back empty: -1 for the index, the infinite point for the
+// nearest one, no count.
+void expectFindsNothing(const MKdTree &tree, const MVector3d &q, double radius)
+{
+    MVector3d point = MVector3d::Zero;
+    int index = 42;
+    EXPECT_FALSE(tree.findNearestNeighbor(q, radius, &point, &index, false));
+    EXPECT_EQ(point, MVector3d::Infinity);
+    EXPECT_EQ(index, -1);
+    index = 42;
+    EXPECT_FALSE(tree.findAnyNeighbor(q, radius, nullptr, &index));
+    EXPECT_EQ(index, -1);
+    EXPECT_EQ(tree.findAllNeighbors(q, radius, 10, nullptr, nullptr), 0);
+    EXPECT_EQ(tree.findNearestNeighbors(q, radius, 10, nullptr, nullptr), 0);
+}
+
 struct Cloud {
     const char *name;
     std::vector<MVector3d> points;
@@ -289,18 +305,11 @@ TEST(MKdTree, OnlyInvalidPointsGiveNoSeedAndInfinity)
     MKdTree tree;
     tree.from(points.data(), int(points.size()));
 
-    MVector3d point = MVector3d::Zero;
-    int index = 42;
-    EXPECT_FALSE(tree.findNearestNeighbor(MVector3d::Zero, 1e300, &point, &index, false));
-    EXPECT_EQ(point, MVector3d::Infinity);
-    EXPECT_EQ(index, -1);
-    index = 42;
-    EXPECT_FALSE(tree.findAnyNeighbor(MVector3d::Zero, 1e300, &point, &index));
-    EXPECT_EQ(index, -1);
-    EXPECT_EQ(tree.findAllNeighbors(MVector3d::Zero, 1e300, 10, nullptr, nullptr), 0);
+    expectFindsNothing(tree, MVector3d::Zero, 1e300);
 
     // The invalid points used up their indices.
     tree.insert(MVector3d(1, 1, 1));
+    int index = -2;
     EXPECT_TRUE(tree.findNearestNeighbor(MVector3d::Zero, 2.0, nullptr, &index, false));
     EXPECT_EQ(index, 5);
 }
@@ -602,28 +611,12 @@ TEST(MKdTree, BadQueriesFindNothing)
     MKdTree tree;
     tree.from(points.data(), 200);
     const MVector3d nanQuery(0.5, NaN, 0.5);
-    int index = 42;
-    MVector3d point = MVector3d::Zero;
-    EXPECT_FALSE(tree.findNearestNeighbor(nanQuery, 10.0, &point, &index, false));
-    EXPECT_EQ(index, -1);
-    EXPECT_EQ(point, MVector3d::Infinity);
-    EXPECT_EQ(tree.findAllNeighbors(nanQuery, 10.0, 10, nullptr, nullptr), 0);
-    EXPECT_EQ(tree.findNearestNeighbors(nanQuery, 10.0, 10, nullptr, nullptr), 0);
-    EXPECT_FALSE(tree.findAnyNeighbor(nanQuery, 10.0, nullptr, nullptr));
+    expectFindsNothing(tree, nanQuery, 10.0);
     EXPECT_EQ(tree.findAllPointsInBox(nanQuery, MVector3d(9, 9, 9), 10, nullptr, nullptr), 0);
     EXPECT_EQ(tree.findAllPointsInBox(MVector3d(9, 9, 9), MVector3d::Zero, 10, nullptr, nullptr), 0);
-
     // NaN and negative radii are empty balls; a stored point is no exception.
-    for (double radius : {NaN, -1.0, -1e300}) {
-        index = 42;
-        EXPECT_FALSE(tree.findNearestNeighbor(points[0], radius, nullptr, &index, false));
-        EXPECT_EQ(index, -1);
-        EXPECT_EQ(tree.findAllNeighbors(points[0], radius, 10, nullptr, nullptr), 0);
-        EXPECT_EQ(tree.findNearestNeighbors(points[0], radius, 10, nullptr, nullptr), 0);
-        index = 42;
-        EXPECT_FALSE(tree.findAnyNeighbor(points[0], radius, nullptr, &index));
-        EXPECT_EQ(index, -1);
-    }
+    for (double radius : {NaN, -1.0, -1e300})
+        expectFindsNothing(tree, points[0], radius);
 
     // An infinite radius takes everything.
     EXPECT_EQ(tree.findAllNeighbors(points[0], INFINITY, 1000, nullptr, nullptr), 200);
