@@ -1,29 +1,22 @@
 #include "MAngle.h"
 #include "MMatrix4.h"
+#include "GeometryTestSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 
 namespace {
 
-std::mt19937 &generator()
-{
-    static std::mt19937 random(4711);
-    return random;
-}
-
-double uniform(double low, double high) { return std::uniform_real_distribution<double>(low, high)(generator()); }
+test::RandomGeometry draw(4711);
 
 MMatrix4 randomRigid()
 {
-    const MVector3d axis(uniform(-1, 1), uniform(-1, 1), uniform(0.1, 1));
-    MMatrix4 m = MMatrix4::AxisAngleRotation(axis, uniform(-3, 3));
-    m.setTranslation(MVector3d(uniform(-500, 500), uniform(-500, 500), uniform(-500, 500)));
+    MMatrix4 m = MMatrix4::AxisAngleRotation(draw.unitVector(), draw.uniform(-3, 3));
+    m.setTranslation(draw.point(500));
     return m;
 }
 
@@ -123,10 +116,11 @@ TEST(MMatrix4, InverseTimesMatrixIsIdentity)
     for (int i = 0; i < 100; ++i) {
         MMatrix4 m;
         for (int k = 0; k < 16; ++k)
-            m.data()[k] = uniform(-1, 1) + (k % 5 == 0 ? 4.0 : 0.0);
+            m.data()[k] = draw.uniform(-1, 1) + (k % 5 == 0 ? 4.0 : 0.0);
         EXPECT_TRUE((m.inverse() * m).equals(MMatrix4::Identity, 1e-13));
         EXPECT_TRUE((m * m.inverse()).equals(MMatrix4::Identity, 1e-13));
-        const MMatrix4 n = MMatrix4::Scaling(uniform(0.5, 2), uniform(0.5, 2), uniform(0.5, 2)) * randomRigid();
+        const MMatrix4 n =
+            MMatrix4::Scaling(draw.uniform(0.5, 2), draw.uniform(0.5, 2), draw.uniform(0.5, 2)) * randomRigid();
         EXPECT_NEAR((m * n).determinant(), m.determinant() * n.determinant(), 1e-10 * std::fabs(m.determinant() * n.determinant()));
         MMatrix4 inverted = m;
         inverted.invert();
