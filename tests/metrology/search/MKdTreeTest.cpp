@@ -111,6 +111,17 @@ Found allNeighbors(const MKdTree &tree, const MVector3d &q, double radius, int m
     return found;
 }
 
+Found allInBox(const MKdTree &tree, const MVector3d &lo, const MVector3d &hi, int maxCount)
+{
+    Found found;
+    found.points.resize(std::max(maxCount, 0));
+    found.indices.resize(std::max(maxCount, 0));
+    const int n = tree.findAllPointsInBox(lo, hi, maxCount, found.points.data(), found.indices.data());
+    found.points.resize(n);
+    found.indices.resize(n);
+    return found;
+}
+
 // The points written must be the stored points of the indices written.
 void expectPointsMatchIndices(const Found &found, const std::vector<MVector3d> &points)
 {
@@ -343,14 +354,9 @@ TEST(MKdTree, RadiusAnyAndBoxSearchesMatchBruteForce)
 
                 const MVector3d lo(q.x() - radius, q.y() - radius * 0.5, q.z() - radius);
                 const MVector3d hi(q.x() + radius * 0.5, q.y() + radius, q.z() + radius);
-                std::vector<int> inBox(cloud.points.size());
-                std::vector<MVector3d> boxPoints(cloud.points.size());
-                const int n =
-                    tree.findAllPointsInBox(lo, hi, int(inBox.size()), boxPoints.data(), inBox.data());
-                inBox.resize(n);
-                boxPoints.resize(n);
-                ASSERT_EQ(sorted(inBox), bruteBox(cloud.points, lo, hi));
-                expectPointsMatchIndices({boxPoints, inBox}, cloud.points);
+                const Found inBox = allInBox(tree, lo, hi, int(cloud.points.size()));
+                ASSERT_EQ(sorted(inBox.indices), bruteBox(cloud.points, lo, hi));
+                expectPointsMatchIndices(inBox, cloud.points);
             }
         }
     }
@@ -694,8 +700,8 @@ TEST(MKdTree, RadiusAndBoxWalksShareTheTreeOrder)
     MKdTree tree;
     tree.from(points.data(), 1000);
     const Found ball = allNeighbors(tree, MVector3d(0.5, 0.5, 0.5), 10.0, 1000);
-    std::vector<int> box(1000);
-    ASSERT_EQ(tree.findAllPointsInBox(MVector3d(-1, -1, -1), MVector3d(2, 2, 2), 1000, nullptr, box.data()), 1000);
+    const std::vector<int> box = allInBox(tree, MVector3d(-1, -1, -1), MVector3d(2, 2, 2), 1000).indices;
+    ASSERT_EQ(box.size(), 1000u);
     EXPECT_EQ(ball.indices, box);
     // The root's own bucket comes first, in input order.
     EXPECT_EQ(std::vector<int>(box.begin(), box.begin() + 8), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
