@@ -1,32 +1,20 @@
 #include "MAngle.h"
 #include "MMatrix3.h"
+#include "GeometryTestSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 
 namespace {
 
-std::mt19937 &generator()
-{
-    static std::mt19937 random(20240611);
-    return random;
-}
+test::RandomGeometry draw(20240611);
 
-double uniform(double low, double high) { return std::uniform_real_distribution<double>(low, high)(generator()); }
-
-MVector3d randomDirection()
-{
-    for (;;) {
-        const MVector3d v(uniform(-1, 1), uniform(-1, 1), uniform(-1, 1));
-        if (v.norm() > 0.1 && v.norm() <= 1.0)
-            return v * uniform(0.5, 20);
-    }
-}
+// Directions of any length from 0.5 to 20.
+MVector3d randomDirection() { return draw.unitVector() * draw.uniform(0.5, 20); }
 
 bool isRotation(const MMatrix3 &r) { return (r * r.transposed()).equals(MMatrix3::Identity, 1e-12) && std::fabs(r.determinant() - 1) < 1e-12; }
 
@@ -148,7 +136,7 @@ TEST(MMatrix3, EulerAnglesRoundTripAndSecondSolution)
     const MMatrix3 product = MMatrix3::ZRotation(1.2) * MMatrix3::YRotation(-0.4) * MMatrix3::XRotation(0.3);
     EXPECT_TRUE(r.equals(product, 1e-15));
     for (int i = 0; i < 200; ++i) {
-        const MVector3d angles(uniform(-3.1, 3.1), uniform(-1.5, 1.5), uniform(-3.1, 3.1));
+        const MVector3d angles(draw.uniform(-3.1, 3.1), draw.uniform(-1.5, 1.5), draw.uniform(-3.1, 3.1));
         const MMatrix3 m = MMatrix3::FromEuler(angles.x(), angles.y(), angles.z());
         MVector3d second;
         EXPECT_TRUE(m.eulerAngles(&second).equals(angles, 1e-9));
@@ -175,8 +163,8 @@ TEST(MMatrix3, QuaternionAgreesWithAxisAngle)
 {
     for (int i = 0; i < 100; ++i) {
         const MVector3d axis = randomDirection().normalized();
-        const double angle = uniform(-3, 3);
-        const double scale = uniform(0.1, 10); // the quaternion need not be unit
+        const double angle = draw.uniform(-3, 3);
+        const double scale = draw.uniform(0.1, 10); // the quaternion need not be unit
         const double w = std::cos(angle / 2) * scale;
         const MVector3d q = axis * (std::sin(angle / 2) * scale);
         EXPECT_TRUE(MMatrix3::FromQuaternion(w, q.x(), q.y(), q.z()).equals(MMatrix3::AxisAngleRotation(axis, angle), 1e-12));
@@ -190,7 +178,7 @@ TEST(MMatrix3, InverseByCofactors)
     for (int i = 0; i < 100; ++i) {
         MMatrix3 m;
         for (int k = 0; k < 9; ++k)
-            m.data()[k] = uniform(-1, 1) + (k % 4 == 0 ? 3.0 : 0.0);
+            m.data()[k] = draw.uniform(-1, 1) + (k % 4 == 0 ? 3.0 : 0.0);
         EXPECT_TRUE((m.inverse() * m).equals(MMatrix3::Identity, 1e-13));
         EXPECT_TRUE((m * m.inverse()).equals(MMatrix3::Identity, 1e-13));
         MMatrix3 inverted = m;

@@ -1,29 +1,22 @@
 #include "MAngle.h"
 #include "MMatrix4.h"
+#include "GeometryTestSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 
 using namespace ZOLAR3D;
 
 namespace {
 
-std::mt19937 &generator()
-{
-    static std::mt19937 random(4711);
-    return random;
-}
-
-double uniform(double low, double high) { return std::uniform_real_distribution<double>(low, high)(generator()); }
+test::RandomGeometry draw(4711);
 
 MMatrix4 randomRigid()
 {
-    const MVector3d axis(uniform(-1, 1), uniform(-1, 1), uniform(0.1, 1));
-    MMatrix4 m = MMatrix4::AxisAngleRotation(axis, uniform(-3, 3));
-    m.setTranslation(MVector3d(uniform(-500, 500), uniform(-500, 500), uniform(-500, 500)));
+    MMatrix4 m = MMatrix4::AxisAngleRotation(draw.unitVector(), draw.uniform(-3, 3));
+    m.setTranslation(draw.point(500));
     return m;
 }
 
@@ -87,54 +80,35 @@ TEST(MMatrix4, PointProductDividesByWUnlessItIsExactlyOne)
 TEST(MMatrix4, TransformRotateAndTranslateLeaveInvalidVectorsUntouched)
 {
     const MMatrix4 m = MMatrix4::Translation(1, 2, 3) * MMatrix4::Scaling(2, 2, 2);
-    MVector3d d(1, 1, 1);
-    m.transform(d);
-    EXPECT_EQ(d, MVector3d(3, 4, 5));
-    d = MVector3d(1, 1, 1);
-    m.rotateAndScale(d);
-    EXPECT_EQ(d, MVector3d(2, 2, 2));
-    m.translate(d);
-    EXPECT_EQ(d, MVector3d(3, 4, 5));
-    MVector3f f(1, 1, 1);
-    m.transform(f);
-    EXPECT_EQ(f, MVector3f(3, 4, 5));
-    f = MVector3f(1, 1, 1);
-    m.rotateAndScale(f);
-    m.translate(f);
-    EXPECT_EQ(f, MVector3f(3, 4, 5));
-    MVector4d h(1, 1, 1, 7);
-    m.rotateAndScale(h);
-    EXPECT_EQ(h, MVector4d(2, 2, 2, 7));
-    m.translate(h);
-    EXPECT_EQ(h, MVector4d(3, 4, 5, 7));
-    h = MVector4d(1, 1, 1, 2);
-    m.transform(h);
-    EXPECT_EQ(h, MVector4d(4, 6, 8, 2));
-    MVector3d p(1, 1, 1);
-    p.applyTransformation(m);
-    MVector3f q(1, 1, 1);
-    q.applyTransformation(m);
-    MVector4d r(1, 1, 1, 1);
-    r.applyTransformation(m);
-    EXPECT_EQ(p, MVector3d(3, 4, 5));
-    EXPECT_EQ(q, MVector3f(3, 4, 5));
-    EXPECT_EQ(r, MVector4d(3, 4, 5, 1));
+    // translate adds the translation as it is, transform weighs it by w.
+    const auto expectSteps = [&m](auto one, auto scaled, auto translated, auto transformed) {
+        auto v = one;
+        m.transform(v);
+        EXPECT_EQ(v, transformed);
+        v = one;
+        v.applyTransformation(m);
+        EXPECT_EQ(v, transformed);
+        v = one;
+        m.rotateAndScale(v);
+        EXPECT_EQ(v, scaled);
+        m.translate(v);
+        EXPECT_EQ(v, translated);
+    };
+    expectSteps(MVector3d(1, 1, 1), MVector3d(2, 2, 2), MVector3d(3, 4, 5), MVector3d(3, 4, 5));
+    expectSteps(MVector3f(1, 1, 1), MVector3f(2, 2, 2), MVector3f(3, 4, 5), MVector3f(3, 4, 5));
+    expectSteps(MVector4d(1, 1, 1, 7), MVector4d(2, 2, 2, 7), MVector4d(3, 4, 5, 7), MVector4d(9, 16, 23, 7));
+    expectSteps(MVector4d(1, 1, 1, 1), MVector4d(2, 2, 2, 1), MVector4d(3, 4, 5, 1), MVector4d(3, 4, 5, 1));
 
-    MVector3d hole(MInvalid, 1, 1);
-    MVector3f holeF(1, MInvalidF, 1);
-    MVector4d holeH(1, 1, 1, MInvalid);
-    m.transform(hole);
-    m.rotateAndScale(hole);
-    m.translate(hole);
-    m.transform(holeF);
-    m.rotateAndScale(holeF);
-    m.translate(holeF);
-    m.transform(holeH);
-    m.rotateAndScale(holeH);
-    m.translate(holeH);
-    EXPECT_EQ(hole.y(), 1.0);
-    EXPECT_EQ(holeF.x(), 1.0f);
-    EXPECT_EQ(holeH.x(), 1.0);
+    const auto expectHoleKept = [&m](auto hole) {
+        const auto kept = hole;
+        m.transform(hole);
+        m.rotateAndScale(hole);
+        m.translate(hole);
+        EXPECT_EQ(hole, kept);
+    };
+    expectHoleKept(MVector3d(MInvalid, 1, 1));
+    expectHoleKept(MVector3f(1, MInvalidF, 1));
+    expectHoleKept(MVector4d(1, 1, 1, MInvalid));
 }
 
 TEST(MMatrix4, InverseTimesMatrixIsIdentity)
@@ -142,10 +116,11 @@ TEST(MMatrix4, InverseTimesMatrixIsIdentity)
     for (int i = 0; i < 100; ++i) {
         MMatrix4 m;
         for (int k = 0; k < 16; ++k)
-            m.data()[k] = uniform(-1, 1) + (k % 5 == 0 ? 4.0 : 0.0);
+            m.data()[k] = draw.uniform(-1, 1) + (k % 5 == 0 ? 4.0 : 0.0);
         EXPECT_TRUE((m.inverse() * m).equals(MMatrix4::Identity, 1e-13));
         EXPECT_TRUE((m * m.inverse()).equals(MMatrix4::Identity, 1e-13));
-        const MMatrix4 n = MMatrix4::Scaling(uniform(0.5, 2), uniform(0.5, 2), uniform(0.5, 2)) * randomRigid();
+        const MMatrix4 n =
+            MMatrix4::Scaling(draw.uniform(0.5, 2), draw.uniform(0.5, 2), draw.uniform(0.5, 2)) * randomRigid();
         EXPECT_NEAR((m * n).determinant(), m.determinant() * n.determinant(), 1e-10 * std::fabs(m.determinant() * n.determinant()));
         MMatrix4 inverted = m;
         inverted.invert();

@@ -5,18 +5,13 @@
 
 using namespace ZOLAR3D;
 
-TEST(MVector4d, DefaultAndConstants)
+TEST(MVector4d, DefaultIsInvalidAndVector3dConversionsUseWOfOne)
 {
     const MVector4d v;
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(v[i], MInvalid);
-    EXPECT_EQ(MVector4d::Zero, MVector4d(0, 0, 0, 0));
-    EXPECT_EQ(MVector4d::One, MVector4d(1, 1, 1, 1));
     EXPECT_EQ(MVector4d(MVector3d(1, 2, 3)), MVector4d(1, 2, 3, 1));
-}
-
-TEST(MVector4d, ToVector3dDividesByWUnlessItIsZeroOrTheMarker)
-{
+    // Back to three dimensions w divides unless it is zero or the marker.
     EXPECT_EQ(MVector4d(2, 4, 6, 2).toVector3d(), MVector3d(1, 2, 3));
     const MVector3d converted = MVector4d(2, 4, 6, -2);
     EXPECT_EQ(converted, MVector3d(-1, -2, -3));

@@ -21,19 +21,6 @@ namespace {
 
 constexpr std::size_t HeaderSize = 156;
 
-class MriFile : public ::testing::Test {
-protected:
-    void SetUp() override { m_dir = test::scratchDir("mri"); }
-    std::string path(const std::string &name) const { return m_dir + "/" + name; }
-    std::wstring widePath(const std::string &name) const
-    {
-        const std::string narrow = path(name);
-        return std::wstring(narrow.begin(), narrow.end());
-    }
-
-    std::string m_dir;
-};
-
 // Values that a text format or a careless copy would not keep.
 MRangeImage awkwardImage(std::mt19937 &rng, int height, int width, bool withColors)
 {
@@ -74,6 +61,22 @@ void expectConsistent(const MRangeImage &image, std::size_t fileLength)
     if (image.size() > 0)
         image.localNormal(image.size() - 1);
 }
+
+class MriFile : public test::ScratchFiles {
+protected:
+    MriFile() : ScratchFiles("mri") {}
+
+    // Both readers take any bytes and leave a consistent image.
+    void expectBothReadersConsistent(const Bytes &bytes)
+    {
+        test::writeBytes(path("bad.mri"), bytes);
+        MRangeImage loaded;
+        ASSERT_TRUE(loaded.loadMri(path("bad.mri").c_str()));
+        expectConsistent(loaded, bytes.size());
+        ASSERT_TRUE(loaded.loadMriNoCompress(widePath("bad.mri").c_str()));
+        expectConsistent(loaded, bytes.size());
+    }
+};
 
 } // namespace
 
@@ -268,12 +271,7 @@ TEST_F(MriFile, CorruptedFilesNeverReachBeyondWhatTheFileCanHold)
         Bytes bad = good;
         for (int k = 0; k <= trial % 4; ++k)
             bad[at(rng)] = (unsigned char)rng();
-        test::writeBytes(path("bad.mri"), bad);
-        MRangeImage loaded;
-        ASSERT_TRUE(loaded.loadMri(path("bad.mri").c_str()));
-        expectConsistent(loaded, bad.size());
-        ASSERT_TRUE(loaded.loadMriNoCompress(widePath("bad.mri").c_str()));
-        expectConsistent(loaded, bad.size());
+        expectBothReadersConsistent(bad);
     }
 
     // Sizes no file of this length can back.
@@ -283,12 +281,7 @@ TEST_F(MriFile, CorruptedFilesNeverReachBeyondWhatTheFileCanHold)
     for (const auto &[offset, value] : forged) {
         Bytes bad = good;
         test::setFieldAt(bad, offset, value);
-        test::writeBytes(path("forged.mri"), bad);
-        MRangeImage loaded;
-        ASSERT_TRUE(loaded.loadMri(path("forged.mri").c_str()));
-        expectConsistent(loaded, bad.size());
-        ASSERT_TRUE(loaded.loadMriNoCompress(widePath("forged.mri").c_str()));
-        expectConsistent(loaded, bad.size());
+        expectBothReadersConsistent(bad);
     }
 
     // Files without a length of their own read as empty ones.

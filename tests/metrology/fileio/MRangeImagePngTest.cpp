@@ -45,10 +45,9 @@ MRangeImage row(std::initializer_list<double> values)
     return image;
 }
 
-class PngFile : public ::testing::Test {
+class PngFile : public test::ScratchFiles {
 protected:
-    void SetUp() override { m_dir = test::scratchDir("png"); }
-    std::string path(const std::string &name) const { return m_dir + "/" + name; }
+    PngFile() : ScratchFiles("png") {}
 
     std::vector<unsigned short> savedSamples(const MRangeImage &image, double resolution)
     {
@@ -58,8 +57,6 @@ protected:
         EXPECT_EQ(samples.height, unsigned(image.height()));
         return samples.values;
     }
-
-    std::string m_dir;
 };
 
 using SampleList = std::vector<unsigned short>;

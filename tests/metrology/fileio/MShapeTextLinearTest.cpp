@@ -5,35 +5,19 @@
 #include "MRay.h"
 #include "MTriangle.h"
 #include "TestSupport.h"
-#include "metrology/core/detail/MPathEncoding.h"
+#include "TextFileSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
-#include <string>
 
 using namespace ZOLAR3D;
+using test::PathForm;
+using test::roundTrip;
+using test::textOf;
+using test::writeText;
 
 namespace {
-
-std::string readText(const std::string &path)
-{
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-void writeText(const std::string &path, const std::string &text) { std::ofstream(path) << text; }
-
-template <class Shape>
-std::wstring textOf(const Shape &shape)
-{
-    std::wostringstream out;
-    out << shape;
-    return out.str();
-}
 
 template <class Shape>
 Shape readBack(const Shape &shape)
@@ -97,44 +81,30 @@ TEST(MShapeTextLinear, ShapesRoundTripThroughFiles)
 {
     const std::string dir = test::scratchDir("MShapeTextLinear");
     const std::string narrow = dir + "/caf\xC3\xA9.txt";
-    const std::wstring wide = MPathEncoding::widen(dir.c_str()) + L"/Me\u00DF_\u6E2C\u91CF.txt";
+    const std::string wide = dir + "/Me\xC3\x9F_\xE6\xB8\xAC\xE9\x87\x8F.txt";
 
     // A direction set as it is, so that what is written is exactly what was held.
-    MLine line(MVector3d(1.25, -2, 1e-9), MVector3d(0.6, 0, -0.8), 12.5, true);
-    MLine lineRead;
-    EXPECT_TRUE(line.save(narrow.c_str()) && lineRead.load(narrow.c_str()));
-    EXPECT_EQ(lineRead, line);
-    EXPECT_EQ(readText(narrow), "1.25 -2 1e-09\n0.6 0 -0.8\n12.5\n");
-
+    const MLine line(MVector3d(1.25, -2, 1e-9), MVector3d(0.6, 0, -0.8), 12.5, true);
+    EXPECT_EQ(roundTrip(line, narrow, PathForm::Narrow, PathForm::Narrow), line);
+    EXPECT_EQ(test::readText(narrow), "1.25 -2 1e-09\n0.6 0 -0.8\n12.5\n");
     const MRay ray(MVector3d(4, 5, 6), MVector3d(0, 1, 0), 3.0);
-    MRay rayRead;
-    EXPECT_TRUE(ray.save(wide.c_str()) && rayRead.load(wide.c_str()));
-    EXPECT_EQ(rayRead, ray);
-
+    EXPECT_EQ(roundTrip(ray, wide, PathForm::Wide, PathForm::Wide), ray);
     const MLineSegment segment(MVector3d(0.1, 0.2, 0.3), MVector3d(-7, 8, 9));
-    MLineSegment segmentRead;
-    EXPECT_TRUE(segment.save(narrow.c_str()) && segmentRead.load(MPathEncoding::widen(narrow.c_str()).c_str()));
-    EXPECT_EQ(segmentRead, segment);
+    EXPECT_EQ(roundTrip(segment, narrow), segment);
 
     MPlane plane(MVector3d(1, 2, 3), MVector3d(0, 0.6, 0.8), true);
     plane.setUVAny(0.5);
-    MPlane planeRead;
-    EXPECT_TRUE(plane.save(wide.c_str()) && planeRead.load(wide.c_str()));
+    const MPlane planeRead = roundTrip(plane, wide, PathForm::Wide, PathForm::Wide);
     EXPECT_EQ(planeRead.position(), plane.position());
     EXPECT_EQ(planeRead.normal(), plane.normal());
     EXPECT_TRUE(planeRead.u().equals(plane.u(), 1e-12));
 
     const MTriangle triangle(MVector3d(1, 0, 0), MVector3d(0, 1, 0), MVector3d(0, 0, 1));
-    MTriangle triangleRead;
-    EXPECT_TRUE(triangle.save(wide.c_str()) && triangleRead.load(wide.c_str()));
-    EXPECT_EQ(triangleRead, triangle);
-
+    EXPECT_EQ(roundTrip(triangle, wide, PathForm::Wide, PathForm::Wide), triangle);
     MPolygon polygon;
     for (int i = 0; i < 5; ++i)
         polygon.add(MVector3d(i, i * 0.5, -i));
-    MPolygon polygonRead;
-    EXPECT_TRUE(polygon.save(narrow.c_str()) && polygonRead.load(narrow.c_str()));
-    EXPECT_EQ(polygonRead, polygon);
+    EXPECT_EQ(roundTrip(polygon, narrow, PathForm::Narrow, PathForm::Narrow), polygon);
 }
 
 TEST(MShapeTextLinear, FailedLoadsLeaveTheShapeUnchanged)

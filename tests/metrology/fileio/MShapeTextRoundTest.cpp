@@ -5,40 +5,16 @@
 #include "MEllipse.h"
 #include "MSphere.h"
 #include "TestSupport.h"
-#include "metrology/core/detail/MPathEncoding.h"
+#include "TextFileSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
-#include <string>
 
 using namespace ZOLAR3D;
-
-namespace {
-
-
-void writeText(const std::string &path, const std::string &text) { std::ofstream(path) << text; }
-
-template <class Shape>
-std::wstring textOf(const Shape &shape)
-{
-    std::wostringstream out;
-    out << shape;
-    return out.str();
-}
-
-// Saves through the narrow path, loads through the wide one.
-template <class Shape>
-Shape roundTrip(const Shape &shape, const std::string &path)
-{
-    EXPECT_TRUE(shape.save(path.c_str()));
-    Shape read;
-    EXPECT_TRUE(read.load(MPathEncoding::widen(path.c_str()).c_str()));
-    return read;
-}
-
-} // namespace
+using test::roundTrip;
+using test::textOf;
+using test::writeText;
 
 TEST(MShapeTextRound, MembersAreWrittenOnePerLineInTheirOrder)
 {

@@ -6,29 +6,17 @@
 #include "MVector3f.h"
 #include "MVector4d.h"
 #include "TestSupport.h"
-#include "metrology/core/detail/MPathEncoding.h"
+#include "TextFileSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
-#include <string>
 
 using namespace ZOLAR3D;
-
-namespace {
-
-std::string readText(const std::string &path)
-{
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-void writeText(const std::string &path, const std::string &text) { std::ofstream(path) << text; }
-
-} // namespace
+using test::PathForm;
+using test::readText;
+using test::roundTrip;
+using test::writeText;
 
 TEST(MValueText, VectorsAreOneLineOfBlankSeparatedComponents)
 {
@@ -41,12 +29,9 @@ TEST(MValueText, VectorsAreOneLineOfBlankSeparatedComponents)
 
 TEST(MValueText, Vector3dRoundTripKeepsTwelveDigits)
 {
-    const std::string dir = test::scratchDir("MValueTextVector");
-    const std::string path = dir + "/point.txt";
+    const std::string path = test::scratchDir("MValueTextVector") + "/point.txt";
     const MVector3d written(1234.56789012345678, -0.000123456789012345, 9.87654321098765e7);
-    ASSERT_TRUE(written.save(path.c_str()));
-    MVector3d read;
-    ASSERT_TRUE(read.load(path.c_str()));
+    const MVector3d read = roundTrip(written, path, PathForm::Narrow, PathForm::Narrow);
     for (int i = 0; i < 3; ++i)
         EXPECT_NEAR(read[i], written[i], std::abs(written[i]) * 5e-12);
     EXPECT_EQ(readText(path), "1234.56789012 -0.000123456789012 98765432.1099\n");
@@ -55,44 +40,28 @@ TEST(MValueText, Vector3dRoundTripKeepsTwelveDigits)
 TEST(MValueText, AllVectorsRoundTripThroughWideAndNonAsciiPaths)
 {
     const std::string dir = test::scratchDir("MValueTextWide");
-    const std::wstring wideDir = MPathEncoding::widen(dir.c_str());
-    const std::wstring wide = wideDir + L"/Me\u00DFpunkt_\u6E2C\u91CF.txt";
+    const std::string wide = dir + "/Me\xC3\x9Fpunkt_\xE6\xB8\xAC\xE9\x87\x8F.txt";
     const std::string narrow = dir + "/caf\xC3\xA9.txt";
 
     const MVector2d v2(0.25, -8);
-    MVector2d r2;
-    EXPECT_TRUE(v2.save(wide.c_str()) && r2.load(wide.c_str()));
-    EXPECT_EQ(r2, v2);
-    EXPECT_EQ(readText(MPathEncoding::toFileSystem(wide.c_str())), "0.25 -8\n");
-
+    EXPECT_EQ(roundTrip(v2, wide, PathForm::Wide, PathForm::Wide), v2);
+    EXPECT_EQ(readText(wide), "0.25 -8\n");
     const MVector3f v3f(0.1f, 3e-7f, -65504.f);
-    MVector3f r3f;
-    EXPECT_TRUE(v3f.save(narrow.c_str()) && r3f.load(narrow.c_str()));
-    EXPECT_EQ(r3f, v3f);
-    EXPECT_TRUE(r3f.load(MPathEncoding::widen(narrow.c_str()).c_str()));
-
+    EXPECT_EQ(roundTrip(v3f, narrow, PathForm::Narrow, PathForm::Narrow), v3f);
+    EXPECT_EQ(roundTrip(v3f, narrow), v3f);
     const MVector4d v4(1, -2, 0.125, 1e300);
-    MVector4d r4;
-    EXPECT_TRUE(v4.save(narrow.c_str()) && r4.load(narrow.c_str()));
-    EXPECT_EQ(r4, v4);
+    EXPECT_EQ(roundTrip(v4, narrow, PathForm::Narrow, PathForm::Narrow), v4);
 }
 
 TEST(MValueText, InvalidMarkerComesBackAsTheMarker)
 {
-    const std::string dir = test::scratchDir("MValueTextMarker");
-    const std::string path = dir + "/hole.txt";
+    const std::string path = test::scratchDir("MValueTextMarker") + "/hole.txt";
     MVector3d hole(1, 2, 3);
     hole.invalidate();
-    ASSERT_TRUE(hole.save(path.c_str()));
-    MVector3d read(0, 0, 0);
-    ASSERT_TRUE(read.load(path.c_str()));
+    MVector3d read = roundTrip(hole, path, PathForm::Narrow, PathForm::Narrow, MVector3d(0, 0, 0));
     EXPECT_EQ(read.x(), MInvalid);
     EXPECT_FALSE(read.isValid());
-
-    ASSERT_TRUE(MVector3f::Invalid.save(path.c_str()));
-    MVector3f readF(0, 0, 0);
-    ASSERT_TRUE(readF.load(path.c_str()));
-    EXPECT_EQ(readF, MVector3f::Invalid);
+    EXPECT_EQ(roundTrip(MVector3f::Invalid, path, PathForm::Narrow, PathForm::Narrow, MVector3f(0, 0, 0)), MVector3f::Invalid);
     // Numbers near the marker but not the marker to the written precision stay as they are.
     writeText(path, "3.4028e38 0 0\n");
     ASSERT_TRUE(read.load(path.c_str()));
@@ -131,30 +100,21 @@ TEST(MValueText, MatricesRoundTripThroughNarrowAndWidePaths)
 {
     const std::string dir = test::scratchDir("MValueTextMatrix");
     const std::string narrow = dir + "/R\xC3\xBC" "ckseite_\xE5\xA7\xBF\xE5\x8B\xA2.txt";
-    const std::wstring wide = MPathEncoding::widen(dir.c_str()) + L"/\u59FF\u52BF_4x4.txt";
+    const std::string wide = dir + "/\xE5\xA7\xBF\xE5\x8B\xA2_4x4.txt";
 
     const MMatrix4 pose = MMatrix4::FromEuler(0.1, -0.2, 0.3) * MMatrix4::Translation(125.5, -0.25, 1e-3);
-    MMatrix4 read4 = MMatrix4::Zero;
-    ASSERT_TRUE(pose.save(wide.c_str()));
-    ASSERT_TRUE(read4.load(wide.c_str()));
-    EXPECT_TRUE(read4.equals(pose, 1e-9));
-    ASSERT_TRUE(pose.save(narrow.c_str()));
-    ASSERT_TRUE(read4.load(MPathEncoding::widen(narrow.c_str()).c_str()));
-    EXPECT_TRUE(read4.equals(pose, 1e-9));
+    EXPECT_TRUE(roundTrip(pose, wide, PathForm::Wide, PathForm::Wide, MMatrix4::Zero).equals(pose, 1e-9));
+    EXPECT_TRUE(roundTrip(pose, narrow, PathForm::Narrow, PathForm::Wide, MMatrix4::Zero).equals(pose, 1e-9));
 
     const MMatrix3 rotation(0.5, -0.25, 2, 1e-5, 3, 4, 5, 6, 7);
-    MMatrix3 read3 = MMatrix3::Zero;
-    ASSERT_TRUE(rotation.save(narrow.c_str()));
-    ASSERT_TRUE(read3.load(narrow.c_str()));
-    EXPECT_EQ(read3, rotation);
+    EXPECT_EQ(roundTrip(rotation, narrow, PathForm::Narrow, PathForm::Narrow, MMatrix3::Zero), rotation);
+    MMatrix4 read4 = pose;
     EXPECT_FALSE(read4.load(narrow.c_str())) << "nine numbers do not make a 4x4 matrix";
-    EXPECT_TRUE(read4.equals(pose, 1e-9));
+    EXPECT_EQ(read4, pose);
 
     const MMatrix2 scaling(2, 0.5, -1, 4);
-    MMatrix2 read2 = MMatrix2::Zero;
-    ASSERT_TRUE(scaling.save(wide.c_str()));
-    ASSERT_TRUE(read2.load(wide.c_str()));
+    const MMatrix2 read2 = roundTrip(scaling, wide, PathForm::Wide, PathForm::Wide, MMatrix2::Zero);
     EXPECT_EQ(read2 * MVector2d(1, 1), scaling * MVector2d(1, 1));
     EXPECT_EQ(read2.data()[2], 0.0);
-    EXPECT_EQ(readText(MPathEncoding::toFileSystem(wide.c_str())), "2 0.5\n-1 4\n");
+    EXPECT_EQ(readText(wide), "2 0.5\n-1 4\n");
 }

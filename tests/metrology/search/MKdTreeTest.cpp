@@ -111,12 +111,56 @@ Found allNeighbors(const MKdTree &tree, const MVector3d &q, double radius, int m
     return found;
 }
 
+Found allInBox(const MKdTree &tree, const MVector3d &lo, const MVector3d &hi, int maxCount)
+{
+    Found found;
+    found.points.resize(std::max(maxCount, 0));
+    found.indices.resize(std::max(maxCount, 0));
+    const int n = tree.findAllPointsInBox(lo, hi, maxCount, found.points.data(), found.indices.data());
+    found.points.resize(n);
+    found.indices.resize(n);
+    return found;
+}
+
 // The points written must be the stored points of the indices written.
 void expectPointsMatchIndices(const Found &found, const std::vector<MVector3d> &points)
 {
     ASSERT_EQ(found.points.size(), found.indices.size());
     for (size_t i = 0; i < found.indices.size(); ++i)
         EXPECT_EQ(found.points[i], points[found.indices[i]]);
+}
+
+// Radius search and nearest neighbour against brute force, the points written
+// being the stored points of the indices written.
+void expectMatchesBruteForce(const MKdTree &tree, const std::vector<MVector3d> &points,
+                             const std::vector<MVector3d> &queries, double radius)
+{
+    for (const MVector3d &q : queries) {
+        const Found found = allNeighbors(tree, q, radius, int(points.size()));
+        EXPECT_EQ(sorted(found.indices), bruteBall(points, q, radius));
+        expectPointsMatchIndices(found, points);
+        MVector3d nearest;
+        int index = -2;
+        ASSERT_TRUE(tree.findNearestNeighbor(q, 10.0, &nearest, &index, false));
+        EXPECT_EQ(nearest, points[index]);
+        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
+    }
+}
+
+// Every search comes back empty: -1 for the index, the infinite point for the
+// nearest one, no count.
+void expectFindsNothing(const MKdTree &tree, const MVector3d &q, double radius)
+{
+    MVector3d point = MVector3d::Zero;
+    int index = 42;
+    EXPECT_FALSE(tree.findNearestNeighbor(q, radius, &point, &index, false));
+    EXPECT_EQ(point, MVector3d::Infinity);
+    EXPECT_EQ(index, -1);
+    index = 42;
+    EXPECT_FALSE(tree.findAnyNeighbor(q, radius, nullptr, &index));
+    EXPECT_EQ(index, -1);
+    EXPECT_EQ(tree.findAllNeighbors(q, radius, 10, nullptr, nullptr), 0);
+    EXPECT_EQ(tree.findNearestNeighbors(q, radius, 10, nullptr, nullptr), 0);
 }
 
 struct Cloud {
@@ -272,18 +316,11 @@ TEST(MKdTree, OnlyInvalidPointsGiveNoSeedAndInfinity)
     MKdTree tree;
     tree.from(points.data(), int(points.size()));
 
-    MVector3d point = MVector3d::Zero;
-    int index = 42;
-    EXPECT_FALSE(tree.findNearestNeighbor(MVector3d::Zero, 1e300, &point, &index, false));
-    EXPECT_EQ(point, MVector3d::Infinity);
-    EXPECT_EQ(index, -1);
-    index = 42;
-    EXPECT_FALSE(tree.findAnyNeighbor(MVector3d::Zero, 1e300, &point, &index));
-    EXPECT_EQ(index, -1);
-    EXPECT_EQ(tree.findAllNeighbors(MVector3d::Zero, 1e300, 10, nullptr, nullptr), 0);
+    expectFindsNothing(tree, MVector3d::Zero, 1e300);
 
     // The invalid points used up their indices.
     tree.insert(MVector3d(1, 1, 1));
+    int index = -2;
     EXPECT_TRUE(tree.findNearestNeighbor(MVector3d::Zero, 2.0, nullptr, &index, false));
     EXPECT_EQ(index, 5);
 }
@@ -317,14 +354,9 @@ TEST(MKdTree, RadiusAnyAndBoxSearchesMatchBruteForce)
 
                 const MVector3d lo(q.x() - radius, q.y() - radius * 0.5, q.z() - radius);
                 const MVector3d hi(q.x() + radius * 0.5, q.y() + radius, q.z() + radius);
-                std::vector<int> inBox(cloud.points.size());
-                std::vector<MVector3d> boxPoints(cloud.points.size());
-                const int n =
-                    tree.findAllPointsInBox(lo, hi, int(inBox.size()), boxPoints.data(), inBox.data());
-                inBox.resize(n);
-                boxPoints.resize(n);
-                ASSERT_EQ(sorted(inBox), bruteBox(cloud.points, lo, hi));
-                expectPointsMatchIndices({boxPoints, inBox}, cloud.points);
+                const Found inBox = allInBox(tree, lo, hi, int(cloud.points.size()));
+                ASSERT_EQ(sorted(inBox.indices), bruteBox(cloud.points, lo, hi));
+                expectPointsMatchIndices(inBox, cloud.points);
             }
         }
     }
@@ -376,14 +408,7 @@ TEST(MKdTree, LargeCloudsMatchBruteForce)
     tree.from(points.data(), int(points.size()));
     std::vector<MVector3d> queries = queriesFor(points, 8);
     queries.resize(60);
-    for (const MVector3d &q : queries) {
-        const Found found = allNeighbors(tree, q, 0.03, 1000);
-        EXPECT_EQ(sorted(found.indices), bruteBall(points, q, 0.03));
-        expectPointsMatchIndices(found, points);
-        MVector3d nearest;
-        ASSERT_TRUE(tree.findNearestNeighbor(q, 1.0, &nearest, nullptr, false));
-        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-    }
+    expectMatchesBruteForce(tree, points, queries, 0.03);
     EXPECT_EQ(tree.findAllNeighbors(MVector3d::Zero, 2.0, int(points.size()), nullptr, nullptr), int(points.size()));
 }
 
@@ -592,28 +617,12 @@ TEST(MKdTree, BadQueriesFindNothing)
     MKdTree tree;
     tree.from(points.data(), 200);
     const MVector3d nanQuery(0.5, NaN, 0.5);
-    int index = 42;
-    MVector3d point = MVector3d::Zero;
-    EXPECT_FALSE(tree.findNearestNeighbor(nanQuery, 10.0, &point, &index, false));
-    EXPECT_EQ(index, -1);
-    EXPECT_EQ(point, MVector3d::Infinity);
-    EXPECT_EQ(tree.findAllNeighbors(nanQuery, 10.0, 10, nullptr, nullptr), 0);
-    EXPECT_EQ(tree.findNearestNeighbors(nanQuery, 10.0, 10, nullptr, nullptr), 0);
-    EXPECT_FALSE(tree.findAnyNeighbor(nanQuery, 10.0, nullptr, nullptr));
+    expectFindsNothing(tree, nanQuery, 10.0);
     EXPECT_EQ(tree.findAllPointsInBox(nanQuery, MVector3d(9, 9, 9), 10, nullptr, nullptr), 0);
     EXPECT_EQ(tree.findAllPointsInBox(MVector3d(9, 9, 9), MVector3d::Zero, 10, nullptr, nullptr), 0);
-
     // NaN and negative radii are empty balls; a stored point is no exception.
-    for (double radius : {NaN, -1.0, -1e300}) {
-        index = 42;
-        EXPECT_FALSE(tree.findNearestNeighbor(points[0], radius, nullptr, &index, false));
-        EXPECT_EQ(index, -1);
-        EXPECT_EQ(tree.findAllNeighbors(points[0], radius, 10, nullptr, nullptr), 0);
-        EXPECT_EQ(tree.findNearestNeighbors(points[0], radius, 10, nullptr, nullptr), 0);
-        index = 42;
-        EXPECT_FALSE(tree.findAnyNeighbor(points[0], radius, nullptr, &index));
-        EXPECT_EQ(index, -1);
-    }
+    for (double radius : {NaN, -1.0, -1e300})
+        expectFindsNothing(tree, points[0], radius);
 
     // An infinite radius takes everything.
     EXPECT_EQ(tree.findAllNeighbors(points[0], INFINITY, 1000, nullptr, nullptr), 200);
@@ -629,16 +638,7 @@ TEST(MKdTree, InvalidPointsKeepTheirIndex)
         points[i].setZ(NaN);
     MKdTree tree;
     tree.from(points.data(), int(points.size()));
-    for (const MVector3d &q : queriesFor(randomPoints(50, 2), 1)) {
-        const Found found = allNeighbors(tree, q, 0.3, int(points.size()));
-        EXPECT_EQ(sorted(found.indices), bruteBall(points, q, 0.3));
-        expectPointsMatchIndices(found, points);
-        MVector3d nearest;
-        int index = -2;
-        ASSERT_TRUE(tree.findNearestNeighbor(q, 10.0, &nearest, &index, false));
-        EXPECT_EQ(nearest, points[index]);
-        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-    }
+    expectMatchesBruteForce(tree, points, queriesFor(randomPoints(50, 2), 1), 0.3);
 }
 
 TEST(MKdTree, FromACloudUsesItsPointsAndPositions)
@@ -700,8 +700,8 @@ TEST(MKdTree, RadiusAndBoxWalksShareTheTreeOrder)
     MKdTree tree;
     tree.from(points.data(), 1000);
     const Found ball = allNeighbors(tree, MVector3d(0.5, 0.5, 0.5), 10.0, 1000);
-    std::vector<int> box(1000);
-    ASSERT_EQ(tree.findAllPointsInBox(MVector3d(-1, -1, -1), MVector3d(2, 2, 2), 1000, nullptr, box.data()), 1000);
+    const std::vector<int> box = allInBox(tree, MVector3d(-1, -1, -1), MVector3d(2, 2, 2), 1000).indices;
+    ASSERT_EQ(box.size(), 1000u);
     EXPECT_EQ(ball.indices, box);
     // The root's own bucket comes first, in input order.
     EXPECT_EQ(std::vector<int>(box.begin(), box.begin() + 8), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
@@ -717,14 +717,7 @@ TEST(MKdTree, InsertAfterBulkBuildExtendsTheIndices)
             points[i].invalidate();
         tree.insert(points[i]);
     }
-    for (const MVector3d &q : queriesFor(points, 4)) {
-        EXPECT_EQ(sorted(allNeighbors(tree, q, 0.08, int(points.size())).indices), bruteBall(points, q, 0.08));
-        MVector3d nearest;
-        int index = -2;
-        ASSERT_TRUE(tree.findNearestNeighbor(q, 10.0, &nearest, &index, false));
-        EXPECT_EQ(nearest, points[index]);
-        EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-    }
+    expectMatchesBruteForce(tree, points, queriesFor(points, 4), 0.08);
 }
 
 TEST(MKdTree, InsertOnlyTreesMatchBruteForce)
@@ -742,13 +735,7 @@ TEST(MKdTree, InsertOnlyTreesMatchBruteForce)
             tree.insert(p);
         std::vector<MVector3d> queries = queriesFor(points, 6);
         queries.resize(30);
-        for (const MVector3d &q : queries) {
-            EXPECT_EQ(sorted(allNeighbors(tree, q, 0.05, int(points.size())).indices), bruteBall(points, q, 0.05));
-            MVector3d nearest;
-            int index = -2;
-            ASSERT_TRUE(tree.findNearestNeighbor(q, 1e9, &nearest, &index, false));
-            EXPECT_EQ(squaredDistance(nearest, q), bruteNearest2(points, q));
-        }
+        expectMatchesBruteForce(tree, points, queries, 0.05);
     }
 }
 

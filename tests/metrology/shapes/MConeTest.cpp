@@ -37,10 +37,7 @@ TEST(MCone, DefaultIsInvalidAndMembersAreKept)
     EXPECT_EQ(c.distance(MVector3d(2, 0, 0)), cone.distance(MVector3d(2, 0, 0)));
     c.invalidate();
     EXPECT_FALSE(c.isValid());
-    const MLine axis = cone.axis();
-    EXPECT_EQ(axis.position(), cone.position());
-    EXPECT_EQ(axis.direction(), cone.direction());
-    EXPECT_EQ(axis.lengthAttribute(), 1.0);
+    EXPECT_EQ(cone.axis(), MLine(cone.position(), cone.direction(), 1.0));
 }
 
 TEST(MCone, ApexEndsAndEndRadii)

@@ -25,6 +25,8 @@ MVector3d radialOffset(const MCylinder &c, const MVector3d &q)
 
 TEST(MCylinder, DefaultIsInvalidAndMembersAreKept)
 {
+    // The axis is the line through the position with the length.
+    EXPECT_EQ(cylinder.axis(), MLine(MVector3d(1, 2, 3), MVector3d(0, 0, 1), 10.0));
     EXPECT_FALSE(MCylinder().isValid());
     EXPECT_EQ(MCylinder().length(), MInvalid);
     EXPECT_EQ(cylinder.direction(), MVector3d(0, 0, 1));
@@ -39,14 +41,6 @@ TEST(MCylinder, DefaultIsInvalidAndMembersAreKept)
     c.invalidate();
     EXPECT_FALSE(c.isValid());
     EXPECT_EQ(c.diameter(), MInvalid);
-}
-
-TEST(MCylinder, AxisIsTheLineThroughThePositionWithTheLength)
-{
-    const MLine axis = cylinder.axis();
-    EXPECT_EQ(axis.position(), MVector3d(1, 2, 3));
-    EXPECT_EQ(axis.direction(), MVector3d(0, 0, 1));
-    EXPECT_EQ(axis.lengthAttribute(), 10.0);
 }
 
 TEST(MCylinder, DistanceIsSignedAndIgnoresTheLength)
