@@ -178,6 +178,8 @@ void HullBuilder::expand()
 
 bool HullBuilder::orderedHorizon(std::vector<HorizonEdge> &edges) const
 {
+    if (edges.empty())
+        return false;
     std::unordered_map<int, int> byStart;
     for (int i = 0; i < static_cast<int>(edges.size()); ++i)
         if (!byStart.emplace(edges[i].from, i).second)

@@ -187,14 +187,14 @@ TEST(MPointCloudMinimumZone, FlatInputTakesTheLeastSquaresFallback)
 
 TEST(MPointCloudMinimumZone, FlatInputDeviationsAreMeasuredBeforeTheShift)
 {
-    // One point 4e-12 above a grid: within the hull's tolerance, so the
+    // One point 4e-12 above the centre of a grid: within the hull's tolerance, so the
     // least-squares fallback answers. Its deviations stay about the
     // least-squares plane, while the plane returned sits mid-zone.
     std::vector<MVector3d> points;
     for (int i = -5; i <= 5; ++i)
         for (int j = -5; j <= 5; ++j)
             points.push_back(MVector3d(i, j, 0));
-    points.push_back(MVector3d(0.5, 0.5, 4e-12));
+    points.push_back(MVector3d(0, 0, 4e-12));
     ASSERT_EQ(convexHullOf(points.data(), int(points.size())).numTriangles(), 0);
     const Zone zone = zoneOf(points);
     const double mean = 4e-12 / 122;
