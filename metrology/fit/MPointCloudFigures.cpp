@@ -115,6 +115,8 @@ MPointCloud MPointCloud::withoutOutliers(const Shape &shape, int n) const
     const std::vector<double> d = distancesTo(*this, shape);
     std::vector<int> kept;
     if (n < 1) {
+        // The band is centred on the mean distance, so that a given shape
+        // that sits off the points still keeps their bulk.
         const MStatistics statistics(d.data(), numPoints());
         const double k = -static_cast<double>(n);
         const double low = statistics.mean - k * statistics.standardDeviation;
