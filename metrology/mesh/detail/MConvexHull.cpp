@@ -50,6 +50,9 @@ public:
 
     bool buildSimplex();
     void expand();
+    // Whether every side is convex: no neighbour's far corner stands more
+    // than a few tolerances in front of a face.
+    bool isLocallyConvex() const;
     // Hull triangles with their corners renumbered into the vertices kept.
     void collect(std::vector<int> &cornersUsed, std::vector<int> &triangles) const;
 
@@ -63,7 +66,10 @@ private:
         return (m_points[b] - m_points[a]).cross(m_points[c] - m_points[a]).normalized();
     }
     void assign(int point, int firstFace);
-    bool addPoint(int faceIndex, int eye);
+    // Replaces the faces that see eye, those more than `visibleAbove` in
+    // front of it, by a cone from eye over their rim; false, with nothing
+    // changed, when those faces do not form one disc.
+    bool addPoint(int faceIndex, int eye, double visibleAbove);
     bool orderedHorizon(std::vector<HorizonEdge> &edges) const;
 
     std::vector<MVector3d> m_points;
@@ -169,10 +175,13 @@ void HullBuilder::expand()
             const int eye = outside[far];
             outside[far] = outside.back();
             outside.pop_back();
-            // Rounding can make the faces that see a point enclose one that
-            // does not; such a point lies within a hair of the hull, and
-            // addPoint leaves it out rather than tearing the surface.
-            addPoint(static_cast<int>(f), eye);
+            // Where the eye lies nearly in the plane of a patch of faces,
+            // rounding can make the faces that see it enclose one that does
+            // not. Taking in the faces it lies on as well resolves that; a
+            // point that still finds no disc lies within a hair of the hull
+            // and is left out rather than tearing the surface.
+            if (!addPoint(static_cast<int>(f), eye, m_tolerance))
+                addPoint(static_cast<int>(f), eye, -m_tolerance);
         }
 }
 
@@ -200,7 +209,7 @@ bool HullBuilder::orderedHorizon(std::vector<HorizonEdge> &edges) const
     return true;
 }
 
-bool HullBuilder::addPoint(int faceIndex, int eye)
+bool HullBuilder::addPoint(int faceIndex, int eye, double visibleAbove)
 {
     const int stamp = ++m_stamp;
     std::vector<int> visible{faceIndex};
@@ -210,7 +219,7 @@ bool HullBuilder::addPoint(int faceIndex, int eye)
         const Face &face = m_faces[visible[i]];
         for (int k = 0; k < 3; ++k) {
             const int g = face.neighbour[k];
-            if (m_faces[g].visibleStamp != stamp && height(m_faces[g], eye) > m_tolerance) {
+            if (m_faces[g].visibleStamp != stamp && height(m_faces[g], eye) > visibleAbove) {
                 m_faces[g].visibleStamp = stamp;
                 visible.push_back(g);
             }
@@ -255,6 +264,21 @@ bool HullBuilder::addPoint(int faceIndex, int eye)
         orphans.swap(m_faces[f].outside);
         for (int point : orphans)
             assign(point, first);
+    }
+    return true;
+}
+
+bool HullBuilder::isLocallyConvex() const
+{
+    for (const Face &face : m_faces) {
+        if (!face.alive)
+            continue;
+        for (int k = 0; k < 3; ++k) {
+            const Face &other = m_faces[face.neighbour[k]];
+            for (int corner : other.corner)
+                if (height(face, corner) > 4.0 * m_tolerance)
+                    return false;
+        }
     }
     return true;
 }
@@ -304,11 +328,21 @@ MConvexHull convexHullOf(const MVector3d *points, int n)
     }
     // Plane tests of centred points err by a few units in the last place of
     // the extent, plus what the shift lost of the original coordinates.
-    const double tolerance = 1e-12 * extent + 16.0 * DBL_EPSILON * magnitude;
-    HullBuilder builder(std::move(centred), tolerance);
-    if (!builder.buildSimplex())
-        return hull;
-    builder.expand();
+    double tolerance = 1e-12 * extent + 16.0 * DBL_EPSILON * magnitude;
+    // Points that stand off a patch of faces by about the tolerance can make
+    // sliver faces that fold the surface. Such a build is redone with a
+    // coarser tolerance, under which those points count as lying on the
+    // patch, up to a millionth of the extent.
+    HullBuilder builder(centred, tolerance);
+    while (true) {
+        if (!builder.buildSimplex())
+            return hull;
+        builder.expand();
+        if (builder.isLocallyConvex() || tolerance > 1e-6 * extent)
+            break;
+        tolerance *= 100.0;
+        builder = HullBuilder(centred, tolerance);
+    }
     std::vector<int> cornersUsed;
     builder.collect(cornersUsed, hull.triangles);
     hull.vertices.reserve(cornersUsed.size());

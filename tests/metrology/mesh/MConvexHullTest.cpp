@@ -33,9 +33,11 @@ void expectHullOf(const std::vector<MVector3d> &points, const MConvexHull &hull,
         const MVector3d a = hull.vertices[c[0]], b = hull.vertices[c[1]], d = hull.vertices[c[2]];
         const MVector3d normal = (b - a).cross(d - a).normalized();
         ASSERT_TRUE(normal.isValid());
-        for (const MVector3d &p : points)
-            if (p.isValid())
+        for (const MVector3d &p : points) {
+            if (p.isValid()) {
                 ASSERT_LE(normal.dot(p - a), tolerance);
+            }
+        }
         for (int k = 0; k < 3; ++k)
             ++sides[{c[k], c[(k + 1) % 3]}];
         volume += (a - origin).dot((b - origin).cross(d - origin)) / 6.0;
@@ -102,6 +104,20 @@ TEST(MConvexHull, CubeGridWithDuplicatesKeepsOnlyTheCorners)
         expectHullOf(points, hull, 1e-9 * frame.second);
         EXPECT_EQ(hull.vertices.size(), 8u);
         EXPECT_EQ(hull.numTriangles(), 12);
+    }
+}
+
+TEST(MConvexHull, JitterAtTheToleranceNeitherTearsTheSurfaceNorHangs)
+{
+    // Every point of a 9^3 grid moved by about the hull's tolerance: faces
+    // meet at near-zero angles and visibility is decided by rounding.
+    test::RandomGeometry random(17);
+    for (double jitter : {1e-13, 1e-12, 1e-11}) {
+        std::vector<MVector3d> points;
+        for (const MVector3d &p : grid(9, MVector3d(-1, -1, -1), 0.25))
+            points.push_back(p + random.point(jitter));
+        SCOPED_TRACE(jitter);
+        expectHullOf(points, hullOf(points), 1e-10);
     }
 }
 
