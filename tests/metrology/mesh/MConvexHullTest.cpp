@@ -109,15 +109,20 @@ TEST(MConvexHull, CubeGridWithDuplicatesKeepsOnlyTheCorners)
 
 TEST(MConvexHull, JitterAtTheToleranceNeitherTearsTheSurfaceNorHangs)
 {
-    // Every point of a 9^3 grid moved by about the hull's tolerance: faces
-    // meet at near-zero angles and visibility is decided by rounding.
+    // Every point of a 9^3 grid moved by about the hull's tolerance, one
+    // scale for all or a scale per point: faces meet at near-zero angles.
+    // The surface stays closed and convex, within the coarsest tolerance
+    // the build may fall back to, a millionth of the extent.
     test::RandomGeometry random(17);
-    for (double jitter : {1e-13, 1e-12, 1e-11}) {
-        std::vector<MVector3d> points;
-        for (const MVector3d &p : grid(9, MVector3d(-1, -1, -1), 0.25))
+    for (double jitter : {1e-13, 1e-12, 1e-11, 1e-10, 1e-9, 1e-8, 1e-7}) {
+        std::vector<MVector3d> points, mixed;
+        for (const MVector3d &p : grid(9, MVector3d(-1, -1, -1), 0.25)) {
             points.push_back(p + random.point(jitter));
+            mixed.push_back(p + random.point(jitter * std::pow(10.0, random.uniform(-3, 3))));
+        }
         SCOPED_TRACE(jitter);
-        expectHullOf(points, hullOf(points), 1e-10);
+        expectHullOf(points, hullOf(points), 4e-6);
+        expectHullOf(mixed, hullOf(mixed), 4e-6);
     }
 }
 
