@@ -12,7 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <iterator>
 #include <vector>
 
 namespace ZOLAR3D {
