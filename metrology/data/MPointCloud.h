@@ -479,6 +479,10 @@ public:
     // fewer than minPoints points; returns how many. A negative distance
     // counts in multiples of averagePointDistance(1000).
     int cleanSmallSegments(int minPoints, double distance);
+    // A copy in which the points farther than thickness from the plane, on
+    // either side, are invalidated, so that it keeps size and grid. A
+    // negative thickness counts in multiples of averagePointDistance(1000).
+    MPointCloud crossSection(const MPlane &plane, double thickness) const;
 
     // Generators: each replaces the whole cloud.
     // n points on a golden-section spiral over the sphere, each with its
@@ -505,6 +509,16 @@ public:
     MLine fitLine() const;
     // At least 2 points; two points come back as given, start first.
     MLineSegment fitLineSegment() const;
+    // The minimum-zone plane of the valid points, judged on their convex
+    // hull: the narrowest of the slabs behind the hull faces competes with
+    // edge pairs, each edge scored by its farthest other edge. flatness
+    // receives the zone's width and the deviations its half-widths, -half
+    // and +half, about the returned plane in the middle of the zone. u and
+    // v span the hull vertices in the plane. Flat input, which has no hull,
+    // gets the least-squares plane moved to the middle of the points'
+    // distances, with the deviations measured before that move. Any output
+    // pointer may be null.
+    MPlane fitPlaneMZ(double *flatness, double *minDeviation, double *maxDeviation) const;
 
     // Segmentation by region growing over a k-d tree of the cloud: a region
     // grows from a seed point to the neighbours within radius of its points
@@ -558,12 +572,62 @@ public:
     // the middle of the points' span along the axis, with the radius there.
     MCone fitCone() const;
 
+    // Refits of a shape without its outliers, judged by the distances of the
+    // points to the given shape. n below 1 keeps the points within -n
+    // standard deviations of the mean distance; n of 1 or more drops the n
+    // points farthest from the shape. The fixedRadius forms fit with that
+    // radius (0 frees it). Too few remaining points raise the fit's failure.
+    MCircle refitWithOutlierRemoval(const MCircle &shape, int n) const;
+    MCircle refitWithOutlierRemoval(const MCircle &shape, double fixedRadius, int n) const;
+    MCone refitWithOutlierRemoval(const MCone &shape, int n) const;
+    MCylinder refitWithOutlierRemoval(const MCylinder &shape, int n) const;
+    MCylinder refitWithOutlierRemoval(const MCylinder &shape, double fixedRadius, int n) const;
+    MLine refitWithOutlierRemoval(const MLine &shape, int n) const;
+    MLineSegment refitWithOutlierRemoval(const MLineSegment &shape, int n) const;
+    MPlane refitWithOutlierRemoval(const MPlane &shape, int n) const;
+    MSphere refitWithOutlierRemoval(const MSphere &shape, int n) const;
+    MSphere refitWithOutlierRemoval(const MSphere &shape, double fixedRadius, int n) const;
+
+    // Acceptance figures. Each answers -1.0 when its fit is invalid; the
+    // fits' failures pass through. numExcluded points are left out where a
+    // figure takes it: those whose removal narrows the figure, or with a
+    // negative value, for gdtFlatness, those beyond -numExcluded standard
+    // deviations of the mean distance.
+
+    // Width of the signed distances to the least-squares plane, without the
+    // numExcluded most extreme of them, taken from either end by magnitude
+    // (the high end first on a tie). plane receives the fit plane moved to
+    // the middle of the remaining distances.
+    double computeFlatFormMeasurementError(int numExcluded, MPlane *plane) const;
+    // The same figure with a partial selection instead of a full sort.
+    double computeFlatFormMeasurementErrorFast(int numExcluded, MPlane *plane) const;
+    // Width of the distances to the least-squares sphere without the
+    // numExcluded largest in magnitude; sphere receives the fit with its
+    // radius moved to the middle of that range.
+    double computeProbingDispersionValue(int numExcluded, MSphere *sphere) const;
+    // |referenceDiameter - diameter of the least-squares sphere|.
+    double computeProbingSizeErrorAll(double referenceDiameter, MSphere *sphere) const;
+    // Width of the minimum zone (fitPlaneMZ), after numExcluded points are
+    // left out by their distance to the first zone plane; at least one
+    // point is kept. plane receives the final zone plane.
+    double gdtFlatness(int numExcluded, MPlane *plane) const;
+    // The narrowest range of distances to datum that holds all but
+    // numExcluded points; -1.0 when no point has a distance.
+    double gdtSurfaceParallelism(const MPlane &datum, int numExcluded) const;
+    // Diameter of the smallest circle around the points projected on datum;
+    // without numExcluded points, those farthest out from its centre.
+    double gdtAxisPerpendicularity(const MPlane &datum, int numExcluded) const;
+
 private:
     // An empty labelling of the cloud's points, with its grid when organised.
     MRegions emptyRegions() const;
     // The valid points among the n given indices, in that order, with their
     // colours and normals where those are aligned; unorganised.
     MPointCloud gathered(const int *indices, int n) const;
+    // The valid points that the outlier rule of refitWithOutlierRemoval
+    // keeps, by their distances to shape.
+    template <class Shape>
+    MPointCloud withoutOutliers(const Shape &shape, int n) const;
     // The range image forms of from; a null mask selects every pixel.
     void fromImage(const MRangeImage &image, const bool *mask, int maskSize, bool withNormals, bool withColors);
     // The processing forms on a tree built from this cloud's points, so that

@@ -4,6 +4,7 @@
 #include "MFailure.h"
 #include "MInvalid.h"
 #include "MKdTree.h"
+#include "MPlane.h"
 #include "metrology/data/detail/MNeighborhood.h"
 #include "metrology/data/detail/MSpatialOrder.h"
 
@@ -479,6 +480,15 @@ void MPointCloud::integrate(const MPointCloud &other)
         if (withNormals)
             m_normals.add(other.normals()[i]);
     }
+}
+
+MPointCloud MPointCloud::crossSection(const MPlane &plane, double thickness) const
+{
+    if (thickness < 0.0)
+        thickness = -thickness * averagePointDistance(1000);
+    MPointCloud section(*this);
+    section.reduceToRegions(selectDistanceRange(plane, -thickness, thickness));
+    return section;
 }
 
 } // namespace ZOLAR3D

@@ -1,4 +1,5 @@
 #include "MAngle.h"
+#include "MPlane.h"
 #include "MPointCloud.h"
 #include "TestSupport.h"
 
@@ -680,6 +681,28 @@ TEST(MPointCloudMerging, IntegratingItselfDoublesTheValidPoints)
 }
 
 // ---- Bad input
+
+TEST(MPointCloudCrossSection, KeepsTheSlabAndTheGridAndCountsNegativeThicknessInSpacings)
+{
+    // A unit grid cut across its columns: the slab |x - 4.5| <= 0.6 holds
+    // columns 4 and 5 only, with closed bounds at exactly 0.5 away.
+    MPointCloud cloud = planeGrid(6, 10, 1.0);
+    cloud.invalidatePoint(2, 4);
+    const MPlane cut(MVector3d(4.5, 0, 0), MVector3d(1, 0, 0));
+    for (double thickness : {0.6, -0.6}) {
+        const MPointCloud section = cloud.crossSection(cut, thickness);
+        ASSERT_EQ(section.numPoints(), cloud.numPoints());
+        EXPECT_EQ(section.height(), 6);
+        EXPECT_EQ(section.width(), 10);
+        EXPECT_EQ(section.numValidPoints(), 11);
+        for (int r = 0; r < 6; ++r)
+            for (int c = 0; c < 10; ++c)
+                EXPECT_EQ(section.point(r, c).isValid(), (c == 4 || c == 5) && !(r == 2 && c == 4));
+    }
+    EXPECT_EQ(cloud.crossSection(cut, 0.5).numValidPoints(), 11);
+    EXPECT_EQ(cloud.crossSection(cut, 0.4).numValidPoints(), 0);
+    EXPECT_EQ(cloud.crossSection(MPlane(), 1.0).numValidPoints(), 0);
+}
 
 TEST(MPointCloudBadInput, EveryOperationTakesEmptyInvalidAndNaNCloudsAndOddRadii)
 {
