@@ -24,6 +24,10 @@ inline double distanceOf(const Shape &shape, const MVector3d &p)
     return shape.distance(p);
 }
 
+// A distance of the marker means that the shape has none for the point, and
+// that is never in range, however wide the range.
+inline bool isDistanceInRange(double d, double min, double max) { return d != MInvalid && min <= d && d <= max; }
+
 // The image looks a point up by two of its coordinates only, so a marker in
 // the third would pass as a height: the point is tested here.
 inline double distanceOf(const MRangeImage &image, const MVector3d &p)
