@@ -258,12 +258,13 @@ TEST(MRansacPlane, NegativeThresholdCountsInPointSpacings)
 namespace {
 
 // A floor of 400 points at z = 0, a wall of 324 at x = 60 and a shelf of
-// 300 parallel to the floor at the given height.
+// 300 parallel to the floor at the given height. The wall lies well below
+// the floor, so that no plane close to the floor or the shelf meets it.
 MPointCloud floorWallAndShelf(double shelfHeight)
 {
     MPointCloud cloud;
     addGrid(cloud, MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0), 20, 20);
-    addGrid(cloud, MVector3d(60, 0, 0), MVector3d(0, 1, 0), MVector3d(0, 0, 1), 18, 18);
+    addGrid(cloud, MVector3d(60, 0, -30), MVector3d(0, 1, 0), MVector3d(0, 0, 1), 18, 18);
     addGrid(cloud, MVector3d(2.5, 2.5, shelfHeight), MVector3d(1, 0, 0), MVector3d(0, 1, 0), 20, 15);
     return cloud;
 }
