@@ -49,9 +49,10 @@ MRansac<MPlane, MPlaneFit>::Model bestPlane(const MPointCloud &cloud, double ban
 }
 
 // The returned plane holds in its band about the points that its hypothesis
-// counted, all of them within the band, and no other plane of the scan holds
-// as many.
-void expectDominantPlane(const MPointCloud &cloud, double band, int iterations)
+// counted, all of them within the band, and is close to their least-squares
+// plane, within `tilt` (sine of the angle), which grows with the noise across
+// the band. No other plane of the scan holds half as many points.
+void expectDominantPlane(const MPointCloud &cloud, double band, int iterations, double tilt)
 {
     const auto best = bestPlane(cloud, band, iterations);
     ASSERT_TRUE(best.shape.isValid());
@@ -62,7 +63,7 @@ void expectDominantPlane(const MPointCloud &cloud, double band, int iterations)
     EXPECT_EQ(selected.regionSize(0), within);
     const MPointCloud inliers = cloud.regionPoints(selected, 0);
     EXPECT_EQ(countWithinBand(inliers, best.shape, band), inliers.numPoints());
-    EXPECT_TRUE(parallel(inliers.fitPlane().normal(), best.shape.normal(), 1e-3));
+    EXPECT_TRUE(parallel(inliers.fitPlane().normal(), best.shape.normal(), tilt));
 
     MPointCloud rest = cloud;
     rest.removeRegions(selected);
@@ -76,7 +77,7 @@ TEST(MRansacScan, BestPlaneOfTheTableSceneIsTheTable)
     const MPointCloud cloud = loadScan("pcl_test/table_scene_mug_stereo_textured.pcd");
     if (cloud.numPoints() == 0)
         GTEST_SKIP();
-    expectDominantPlane(cloud, 0.01, 200);
+    expectDominantPlane(cloud, 0.01, 200, 1e-3);
 
     // The entry point with its 1000 hypotheses finds the same plane.
     const MPlane table = cloud.ransacBestPlane(0.01);
@@ -90,5 +91,5 @@ TEST(MRansacScan, BestPlaneOfAPlaneWithOutliers)
     const MPointCloud cloud = loadScan("pcl_test/sac_plane_test.pcd");
     if (cloud.numPoints() == 0)
         GTEST_SKIP();
-    expectDominantPlane(cloud, 0.01, 1000);
+    expectDominantPlane(cloud, 0.01, 1000, 1e-2);
 }
