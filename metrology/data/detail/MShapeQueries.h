@@ -35,12 +35,23 @@ inline double distanceOf(const MRangeImage &image, const MVector3d &p)
     return p.isValid() ? image.distance(p) : MInvalid;
 }
 
-inline double distanceOf(const MVector3d &point, const MVector3d &p)
+inline double distanceOfValid(const MVector3d &point, const MVector3d &p)
 {
-    if (!point.isValid() || !p.isValid())
-        return MInvalid;
     const MVector3d w = p - point;
     return std::sqrt(w.dot(w));
+}
+
+inline double distanceOf(const MVector3d &point, const MVector3d &p)
+{
+    return point.isValid() && p.isValid() ? distanceOfValid(point, p) : MInvalid;
+}
+
+// The shape's distance for a valid shape and a valid point, without the
+// checks, for loops that have checked both once.
+template <class Shape>
+inline double distanceOfValid(const Shape &shape, const MVector3d &p)
+{
+    return shape.distanceOfValid(p);
 }
 
 // Whether an along-axis offset lies between the two ends; a length equal to

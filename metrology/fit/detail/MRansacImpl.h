@@ -113,6 +113,10 @@ template <class T, class F>
 int MRansac<T, F>::gatherInliers(const T &hypothesis, int countToBeat, MPointCloud &inliers) const
 {
     const int n = m_points.numPoints();
+    // The private points are all valid, and so, checked here once, is the
+    // hypothesis: the pass needs no check per point.
+    if (!hypothesis.isValid())
+        return 0;
     inliers.resizePoints(n);
     const MVector3d *p = m_points.points();
     MVector3d *target = inliers.points();
@@ -124,7 +128,7 @@ int MRansac<T, F>::gatherInliers(const T &hypothesis, int countToBeat, MPointClo
     for (int first = 0; first < n && count + (n - first) > countToBeat; first += Block) {
         const int last = std::min(first + Block, n);
         for (int i = first; i < last; ++i) {
-            if (detail::isDistanceInRange(detail::distanceOf(hypothesis, p[i]), -band, band))
+            if (detail::isDistanceInRange(detail::distanceOfValid(hypothesis, p[i]), -band, band))
                 target[count++] = p[i];
         }
     }
