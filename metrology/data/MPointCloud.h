@@ -618,6 +618,34 @@ public:
     // without numExcluded points, those farthest out from its centre.
     double gdtAxisPerpendicularity(const MPlane &datum, int numExcluded) const;
 
+    // Random sample consensus over the valid points: a fixed number of
+    // random hypotheses, each refitted to the points within the band of
+    // half width threshold around it. A negative threshold counts in
+    // multiples of averagePointDistance(1000). Fewer valid points than a
+    // sample (3 for planes and circles, 2 for lines, 4 for spheres) raise
+    // "Ransac: not enough points for this type of geometry!"; the neutral
+    // result is an invalid shape, or 0 shapes found.
+    // The shape with the most inliers of 1000 hypotheses, invalid if none.
+    MPlane ransacBestPlane(double threshold) const;
+    MLine ransacBestLine(double threshold) const;
+    // The best line at an angle within [minAngle, maxAngle] to reference,
+    // with the directions' signs counted, and not similar to the reference.
+    MLine ransacBestRelativeLine(const MLine &reference, double minAngle, double maxAngle, double threshold) const;
+    // Circles and spheres within the radius bounds. The band stays 0.5
+    // whatever threshold says.
+    MCircle ransacBestCircle(double minRadius, double maxRadius, double threshold) const;
+    MSphere ransacBestSphere(double minRadius, double maxRadius, double threshold) const;
+    // Up to maxShapes distinct shapes, most inliers first, from maxShapes x
+    // iterationsPerShape hypotheses; the result is how many were written.
+    // When that product is not positive 1000 hypotheses are tried, and when
+    // maxShapes is not positive one shape is sought and may be written.
+    int ransacAllPlanes(double threshold, MPlane *planes, int maxPlanes, int iterationsPerPlane) const;
+    int ransacAllLines(double threshold, MLine *lines, int maxLines, int iterationsPerLine) const;
+    int ransacAllCircles(double minRadius, double maxRadius, double threshold, MCircle *circles, int maxCircles,
+                         int iterationsPerCircle) const;
+    int ransacAllSpheres(double minRadius, double maxRadius, double threshold, MSphere *spheres, int maxSpheres,
+                         int iterationsPerSphere) const;
+
 private:
     // An empty labelling of the cloud's points, with its grid when organised.
     MRegions emptyRegions() const;

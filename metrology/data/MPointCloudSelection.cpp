@@ -39,9 +39,7 @@ MRegions selectOneRegion(MRegions regions, const MVector3d *p, int n, Selected s
 
 inline bool isInRange(double value, double min, double max) { return min <= value && value <= max; }
 
-// A distance of the marker means that the shape has none for the point, and
-// that is never in range, however wide the range.
-inline bool isDistanceInRange(double d, double min, double max) { return d != MInvalid && isInRange(d, min, max); }
+using detail::isDistanceInRange;
 
 } // namespace
 

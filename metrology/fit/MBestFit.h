@@ -11,6 +11,8 @@
 #include "MVector3d.h"
 #include "Zol3DExport.h"
 
+#include <utility>
+
 namespace ZOLAR3D {
 
 // Base of every least-squares fit of the library. T is the shape that comes
@@ -41,6 +43,11 @@ public:
     // Replaces the private points by the valid points of cloud, in input
     // order; colours and normals are not taken.
     void setPoints(const MPointCloud &cloud);
+    // Swaps the private points with those of cloud, which must all be valid,
+    // and hands the former storage back in cloud: a caller that gathers the
+    // points itself, as RANSAC does with the inliers of every hypothesis,
+    // fills one buffer and the fit reuses it, without a copy.
+    void swapValidPoints(MPointCloud &cloud) { std::swap(m_points, cloud); }
     // fit(), then, with stdDevFactor > 0 and a valid result, one outlier
     // pass: the points whose distance to the shape lies outside
     // +-stdDevFactor x (standard deviation of the distances) are dropped and

@@ -62,8 +62,11 @@ public:
     }
     double distance(const MVector3d &p) const
     {
-        return isValid() && p.isValid() ? std::sqrt(squaredDistanceOfValid(p)) : MInvalid;
+        return isValid() && p.isValid() ? distanceOfValid(p) : MInvalid;
     }
+    // The distance for a valid shape and a valid point, without the checks:
+    // for loops that have checked both once.
+    double distanceOfValid(const MVector3d &p) const { return std::sqrt(squaredDistanceOfValid(p)); }
     // The nearest point of the curve. A point on the axis is equally far from
     // every point of the curve and has no answer: Infinity, as for invalid input.
     MVector3d projection(const MVector3d &p) const

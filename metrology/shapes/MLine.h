@@ -82,8 +82,11 @@ public:
     }
     double distance(const MVector3d &p) const
     {
-        return isValid() && p.isValid() ? std::sqrt(squaredDistanceOfValid(p)) : MInvalid;
+        return isValid() && p.isValid() ? distanceOfValid(p) : MInvalid;
     }
+    // The distance for a valid shape and a valid point, without the checks:
+    // for loops that have checked both once.
+    double distanceOfValid(const MVector3d &p) const { return std::sqrt(squaredDistanceOfValid(p)); }
     // The foot of p on the line; t receives its signed distance from the position.
     MVector3d projection(const MVector3d &p, double *t = nullptr) const
     {

@@ -62,10 +62,10 @@ public:
     }
 
     // Signed: positive on the side the normal points to.
-    double distance(const MVector3d &p) const
-    {
-        return isValid() && p.isValid() ? (p - m_position).dot(m_normal) : MInvalid;
-    }
+    double distance(const MVector3d &p) const { return isValid() && p.isValid() ? distanceOfValid(p) : MInvalid; }
+    // The distance for a valid shape and a valid point, without the checks:
+    // for loops that have checked both once.
+    double distanceOfValid(const MVector3d &p) const { return (p - m_position).dot(m_normal); }
     MVector3d projection(const MVector3d &p) const
     {
         if (!isValid() || !p.isValid())

@@ -36,10 +36,11 @@ public:
     double volume() const;
 
     // Signed: negative inside. The marker on invalid input.
-    double distance(const MVector3d &p) const
+    double distance(const MVector3d &p) const { return isValid() && p.isValid() ? distanceOfValid(p) : MInvalid; }
+    // The distance for a valid shape and a valid point, without the checks:
+    // for loops that have checked both once.
+    double distanceOfValid(const MVector3d &p) const
     {
-        if (!isValid() || !p.isValid())
-            return MInvalid;
         const MVector3d w = p - m_position;
         return std::sqrt(w.dot(w)) - m_radius;
     }

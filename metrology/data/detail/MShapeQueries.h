@@ -24,6 +24,10 @@ inline double distanceOf(const Shape &shape, const MVector3d &p)
     return shape.distance(p);
 }
 
+// A distance of the marker means that the shape has none for the point, and
+// that is never in range, however wide the range.
+inline bool isDistanceInRange(double d, double min, double max) { return d != MInvalid && min <= d && d <= max; }
+
 // The image looks a point up by two of its coordinates only, so a marker in
 // the third would pass as a height: the point is tested here.
 inline double distanceOf(const MRangeImage &image, const MVector3d &p)
@@ -31,12 +35,23 @@ inline double distanceOf(const MRangeImage &image, const MVector3d &p)
     return p.isValid() ? image.distance(p) : MInvalid;
 }
 
-inline double distanceOf(const MVector3d &point, const MVector3d &p)
+inline double distanceOfValid(const MVector3d &point, const MVector3d &p)
 {
-    if (!point.isValid() || !p.isValid())
-        return MInvalid;
     const MVector3d w = p - point;
     return std::sqrt(w.dot(w));
+}
+
+inline double distanceOf(const MVector3d &point, const MVector3d &p)
+{
+    return point.isValid() && p.isValid() ? distanceOfValid(point, p) : MInvalid;
+}
+
+// The shape's distance for a valid shape and a valid point, without the
+// checks, for loops that have checked both once.
+template <class Shape>
+inline double distanceOfValid(const Shape &shape, const MVector3d &p)
+{
+    return shape.distanceOfValid(p);
 }
 
 // Whether an along-axis offset lies between the two ends; a length equal to

@@ -1,8 +1,8 @@
 // Member definitions of MBestFit. Included only where a frame is explicitly
 // instantiated, so that the members are compiled once.
 //
-// A new result shape S needs an overload of hasValidAxes(const S &) below,
-// `extern template class ZOL3D_API MBestFit<S>;` in MBestFit.h and
+// A new result shape S needs an overload of hasValidAxes(const S &) in
+// MShapeAxes.h, `extern template class ZOL3D_API MBestFit<S>;` in MBestFit.h and
 // `template class MBestFit<S>;` in MBestFit.cpp.
 #pragma once
 
@@ -10,29 +10,13 @@
 #include "MDoubleArray.h"
 #include "MFailure.h"
 #include "MStatistics.h"
+#include "metrology/fit/detail/MShapeAxes.h"
 #include "metrology/search/detail/MDirectionSign.h"
 #include "metrology/core/detail/MPointStream.h"
 
 #include <cmath>
 
 namespace ZOLAR3D {
-namespace detail {
-
-// Whether a fit produced a shape worth an outlier pass: its position and
-// direction vectors hold neither the marker nor NaN. Sizes are not looked at.
-inline bool hasValidAxes(const MPlane &plane) { return plane.position().isValid() && plane.normal().isValid(); }
-inline bool hasValidAxes(const MLine &line) { return line.position().isValid() && line.direction().isValid(); }
-inline bool hasValidAxes(const MLineSegment &segment) { return segment.start().isValid() && segment.end().isValid(); }
-inline bool hasValidAxes(const MVector3d &point) { return point.isValid(); }
-inline bool hasValidAxes(const MCircle &circle) { return circle.position().isValid() && circle.normal().isValid(); }
-inline bool hasValidAxes(const MSphere &sphere) { return sphere.position().isValid(); }
-inline bool hasValidAxes(const MCylinder &cylinder)
-{
-    return cylinder.position().isValid() && cylinder.direction().isValid();
-}
-inline bool hasValidAxes(const MCone &cone) { return cone.position().isValid() && cone.direction().isValid(); }
-
-} // namespace detail
 
 template <class T>
 MBestFit<T>::~MBestFit() = default;
