@@ -1,6 +1,7 @@
 // Sample host program: what an inspection program does with the library,
 // first on data built in memory so that it runs anywhere, then on a real scan
-// when one is given on the command line or found beside the source tree.
+// when one is given on the command line or found beside the source tree, and
+// last the typical inspection request on a built-in range image.
 #include <Zol3DUtil/Zol3DUtil.h>
 
 #include <cmath>
@@ -112,6 +113,81 @@ static int processScan(const std::string &path)
     return 0;
 }
 
+// A profiler's view of a machined plate lying on a table: the plate's top,
+// slightly tilted and with a shallow dent, fills the middle of the image and
+// the table shows around it; a shadow behind the plate has no values. Heights
+// carry a little deterministic ripple in place of sensor noise.
+static MRangeImage profileOfPlateOnTable(int rows, int cols)
+{
+    MRangeImage image(rows, cols);
+    image.setPixelSize(0.1, 0.1);
+    const int border = rows / 6;
+    for (int row = 0; row < rows; ++row) {
+        for (int col = 0; col < cols; ++col) {
+            const double x = 0.1 * col;
+            const double y = 0.1 * row;
+            const bool onPlate = row >= border && row < rows - border && col >= border && col < cols - border;
+            const bool inShadow = !onPlate && col >= cols - border && col < cols - border / 2;
+            if (inShadow)
+                continue;
+            const double ripple = 0.002 * std::sin(7.0 * x + 3.0 * y);
+            double z = 0.001 * x + ripple;
+            if (onPlate) {
+                const double dx = x - 0.1 * cols * 0.6, dy = y - 0.1 * rows * 0.5;
+                z += 12.0 + 0.002 * y - 0.03 * std::exp(-(dx * dx + dy * dy) / 4.0);
+            }
+            image.setValue(row, col, z);
+        }
+    }
+    return image;
+}
+
+// The library's typical request: from range image to point cloud, the best
+// plane found among outliers, every point's departure from it in colour, and
+// the flatness of the plane's own points.
+static int inspectPlate()
+{
+    const MRangeImage image = profileOfPlateOnTable(180, 240);
+    std::printf("\ninspection of a plate\n");
+    describe("profiler image", image);
+    MPointCloud cloud = image.toPointCloud(false, false);
+    describe("as a point cloud", cloud);
+
+    // A band of three mean point spacings tells the plate from the table.
+    const MPlane plane = cloud.ransacBestPlane(-3.0);
+    std::printf("best plane by RANSAC\n");
+    printPoint("position", plane.position());
+    printPoint("normal", plane.normal());
+
+    // Departures beyond a millimetre (the table) are out of the map's range
+    // and shown grey.
+    MDoubleArray distances(cloud.numPoints());
+    cloud.computeDistancesTo(plane, 1.0, distances.data());
+    const MStatistics statistics(distances.data(), distances.size());
+    std::printf("  %d points within 1 mm: min %.4f, max %.4f, standard deviation %.4f\n", statistics.count,
+                statistics.minimum, statistics.maximum, statistics.standardDeviation);
+    cloud.colorize(distances.data(), MColormap::Rainbow(0.05, -0.05), MColor::Gray);
+
+    const double band = 3.0 * cloud.averagePointDistance(1000);
+    const MPointCloud top = cloud.regionPoints(cloud.selectDistanceRange(plane, -band, band), 0);
+    MPlane zone;
+    const double flatness = top.computeFlatFormMeasurementError(0, &zone);
+    const double robustFlatness = top.computeFlatFormMeasurementError(top.numPoints() / 1000, &zone);
+    std::printf("  flatness of the %d plate points %.4f mm, %.4f mm without the extreme 0.1%%\n", top.numPoints(),
+                flatness, robustFlatness);
+
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "zol3d_sample";
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    const std::string pcd = (folder / "plate_deviations.pcd").string();
+    if (!cloud.savePcd(pcd.c_str(), 2)) {
+        std::printf("cannot write %s\n", pcd.c_str());
+        return 1;
+    }
+    std::printf("  coloured deviations written to %s\n", pcd.c_str());
+    return 0;
+}
+
 int main(int argc, char **argv)
 {
     std::printf("Zol3DUtil sample host program\n");
@@ -154,17 +230,20 @@ int main(int argc, char **argv)
     printPoint("normal", plane.normal());
     std::printf("  %-22s %8.3f x %8.3f\n", "extent", 2.0 * plane.u().norm(), 2.0 * plane.v().norm());
     MDoubleArray residuals(cloud.numPoints());
-    for (int i = 0; i < cloud.numPoints(); ++i)
-        residuals[i] = cloud.points()[i].isValid() ? plane.distance(cloud.points()[i]) : MInvalid;
+    cloud.computeDistancesTo(plane, MInvalid, residuals.data());
     const MStatistics statistics(residuals.data(), residuals.size());
     std::printf("  residuals of %d points: min %.4f, max %.4f, mean %.2e, standard deviation %.4f, rms %.4f\n",
                 statistics.count, statistics.minimum, statistics.maximum, statistics.mean,
                 statistics.standardDeviation, statistics.rms);
 
     const std::string scanPath = argc > 1 ? argv[1] : ZOL3D_SAMPLE_SCAN;
-    if (!std::filesystem::is_regular_file(scanPath)) {
+    if (std::filesystem::is_regular_file(scanPath)) {
+        if (processScan(scanPath) != 0)
+            return 1;
+    } else {
         std::printf("\nno scan at %s: pass the path of a PCD file to run the file part\n", scanPath.c_str());
-        return argc > 1 ? 1 : 0;
+        if (argc > 1)
+            return 1;
     }
-    return processScan(scanPath);
+    return inspectPlate();
 }

@@ -21,11 +21,12 @@ struct Patch {
 };
 
 // Slim, medium and flat cones (the flat one's profile rises faster than it
-// advances), whole and in part.
+// advances), whole and in part down to a 30-degree arc.
 const Patch Patches[] = {{15 * Degree, 360 * Degree, 1},
                          {30 * Degree, 90 * Degree, 2},
                          {60 * Degree, 360 * Degree, 3},
-                         {40 * Degree, 60 * Degree, 4}};
+                         {40 * Degree, 60 * Degree, 4},
+                         {30 * Degree, 30 * Degree, 5}};
 
 const char *const NotEnoughPoints = "ConeFit: not enough valid points given (minimum required: 6)";
 
