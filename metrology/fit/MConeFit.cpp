@@ -110,14 +110,7 @@ MCone MConeFit::coneOf(const double *parameters) const
 
 double MConeFit::score(const double *parameters) const
 {
-    const MCone cone = coneOf(parameters);
-    double sum = 0.0;
-    const MVector3d *p = m_points.points();
-    for (int i = 0; i < m_points.size(); ++i) {
-        const double d = cone.distance(p[i]);
-        sum += d * d;
-    }
-    return sum;
+    return sumOfSquaredDistances(coneOf(parameters), m_points.points(), m_points.size());
 }
 
 void MConeFit::distance(const MVector3d &point, const double *parameters, double *result) const

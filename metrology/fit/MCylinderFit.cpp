@@ -82,14 +82,7 @@ MCylinder MCylinderFit::cylinderOf(const double *parameters) const
 
 double MCylinderFit::score(const double *parameters) const
 {
-    const MCylinder cylinder = cylinderOf(parameters);
-    double sum = 0.0;
-    const MVector3d *p = m_points.points();
-    for (int i = 0; i < m_points.size(); ++i) {
-        const double d = cylinder.distance(p[i]);
-        sum += d * d;
-    }
-    return sum;
+    return sumOfSquaredDistances(cylinderOf(parameters), m_points.points(), m_points.size());
 }
 
 void MCylinderFit::distance(const MVector3d &point, const double *parameters, double *result) const

@@ -14,6 +14,19 @@ namespace ZOLAR3D {
 // points, so that a fit gives the same result on a cloud with holes as on
 // the copy of its valid points.
 
+// The sum of squared distances of points from a shape: how the axial fits
+// tell the right start axis from the wrong ones.
+template <class Shape>
+double sumOfSquaredDistances(const Shape &shape, const MVector3d *points, int n)
+{
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i) {
+        const double d = shape.distance(points[i]);
+        sum += d * d;
+    }
+    return sum;
+}
+
 // Copies the first valid points, at most `wanted` of them, into first;
 // returns how many it found. Stops early, so that a fit learns whether it
 // has enough points without a counting pass.
