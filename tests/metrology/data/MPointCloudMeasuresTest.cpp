@@ -11,6 +11,7 @@
 #include "MRangeImage.h"
 #include "MSphere.h"
 #include "PointCloudSamples.h"
+#include "RegionsSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -193,13 +194,7 @@ TEST(MPointCloudMeasures, RegionPointsTakesValidPointsOfARegionInOrder)
     cloud.setOrganized2d(2, 3);
     cloud.invalidatePoint(4);
     // Five labels for six points: the last point has no region.
-    MRegions regions(5);
-    regions.addRegion();
-    regions.addRegion();
-    regions.addToRegion(3, 1);
-    regions.addToRegion(1, 1);
-    regions.addToRegion(4, 1);
-    regions.addToRegion(2, 0);
+    const MRegions regions = test::regionsOf({-1, 1, 0, 1, 1}, 2);
 
     const MPointCloud one = cloud.regionPoints(regions, 1);
     ASSERT_EQ(one.numPoints(), 2);
@@ -389,10 +384,7 @@ TEST(MPointCloudMeasures, EmptyCloudsAnswerWithEmptyResults)
     // Labels beyond the cloud do not reach past its end.
     MPointCloud two(2);
     two[0] = MVector3d(1, 2, 3);
-    MRegions wide(5);
-    wide.addRegion();
-    for (int i = 0; i < 5; ++i)
-        wide.addToRegion(i, 0);
+    const MRegions wide = test::regionsOf({0, 0, 0, 0, 0}, 1);
     EXPECT_EQ(two.regionPoints(wide, 0).numPoints(), 1);
     EXPECT_EQ(two.regionPoints(wide, -1).numPoints(), 1);
 }
