@@ -110,22 +110,6 @@ TEST(MPointCloudFit, EntryPointsGiveTheFitOfTheCopiedValidPoints)
     }
 }
 
-TEST(MPointCloudFit, TwoValidPointsAmongHolesAreTheTwoPointCases)
-{
-    MPointCloud cloud(4);
-    cloud.add(3, 0, 0);
-    cloud.add(MVector3d());
-    cloud.add(1, 0, 0);
-    cloud.add(MVector3d());
-    const MLine line = cloud.fitLine();
-    EXPECT_EQ(line.position(), MVector3d(2, 0, 0));
-    EXPECT_EQ(line.direction(), MVector3d(1, 0, 0));
-    EXPECT_EQ(line.lengthAttribute(), 2.0);
-    const MLineSegment segment = cloud.fitLineSegment();
-    EXPECT_EQ(segment.start(), MVector3d(3, 0, 0));
-    EXPECT_EQ(segment.end(), MVector3d(1, 0, 0));
-}
-
 TEST(MPointCloudFit, BestPlaneOfARealScanAgreesWithTheReference)
 {
     const std::string path = test::dataFile("pcl_test/sac_plane_test.pcd");
