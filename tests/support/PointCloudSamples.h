@@ -3,6 +3,7 @@
 #include "MInvalid.h"
 #include "MPointCloud.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -28,6 +29,26 @@ inline MPointCloud randomPointCloud(std::mt19937 &rng, int height, int width, bo
     if (height > 1)
         cloud.setOrganized2d(height, width);
     return cloud;
+}
+
+// Appends a rows x cols grid origin + u * (col * spacing) + v * (row * spacing).
+inline void addGrid(MPointCloud &cloud, int rows, int cols, double spacing, const MVector3d &origin, const MVector3d &u,
+                    const MVector3d &v)
+{
+    for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c)
+            cloud.add(origin + u * (c * spacing) + v * (r * spacing));
+}
+
+// Appends n points spread evenly over a sphere along a golden-angle spiral.
+inline void addSphere(MPointCloud &cloud, int n, double radius, const MVector3d &centre)
+{
+    const double golden = M_PI * (3.0 - std::sqrt(5.0));
+    for (int i = 0; i < n; ++i) {
+        const double z = 1.0 - 2.0 * (i + 0.5) / n;
+        const double ring = std::sqrt(1.0 - z * z);
+        cloud.add(centre + MVector3d(ring * std::cos(golden * i), ring * std::sin(golden * i), z) * radius);
+    }
 }
 
 inline std::uint64_t bitsOf(double value)

@@ -25,6 +25,19 @@ inline std::vector<int> sizesOf(const MRegions &regions)
     return sizes;
 }
 
+// numRegions regions holding the elements of the given labels (-1 for none),
+// as a list or, with a width, as a width x height grid.
+inline MRegions regionsOf(const std::vector<int> &labels, int numRegions, int width = 0, int height = 0)
+{
+    MRegions regions = width > 0 ? MRegions(width, height) : MRegions(static_cast<int>(labels.size()));
+    for (int r = 0; r < numRegions; ++r)
+        regions.addRegion();
+    for (std::size_t i = 0; i < labels.size(); ++i)
+        if (labels[i] >= 0)
+            regions.addToRegion(static_cast<int>(i), labels[i]);
+    return regions;
+}
+
 // Every label is -1 or a region number, and every size counts its labels.
 inline void expectRegionInvariants(const MRegions &regions)
 {

@@ -11,6 +11,7 @@
 #include "MRangeImage.h"
 #include "MSphere.h"
 #include "PointCloudSamples.h"
+#include "RegionsSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -193,13 +194,7 @@ TEST(MPointCloudMeasures, RegionPointsTakesValidPointsOfARegionInOrder)
     cloud.setOrganized2d(2, 3);
     cloud.invalidatePoint(4);
     // Five labels for six points: the last point has no region.
-    MRegions regions(5);
-    regions.addRegion();
-    regions.addRegion();
-    regions.addToRegion(3, 1);
-    regions.addToRegion(1, 1);
-    regions.addToRegion(4, 1);
-    regions.addToRegion(2, 0);
+    const MRegions regions = test::regionsOf({-1, 1, 0, 1, 1}, 2);
 
     const MPointCloud one = cloud.regionPoints(regions, 1);
     ASSERT_EQ(one.numPoints(), 2);
@@ -303,7 +298,7 @@ TEST(MPointCloudMeasures, DistancesToInvalidShapesOrWithoutOutputAreHarmless)
     EXPECT_EQ(out[0], Marker);
 }
 
-TEST(MPointCloudMeasures, ProjectOntoReplacesValidPointsOnly)
+TEST(MPointCloudMeasures, ProjectOntoReplacesValidPointsOnlyAndAnInvalidShapeInvalidatesAll)
 {
     const MPointCloud source = mixedCloud(21, 300, 10.0);
     const MCylinder cylinder(MVector3d(1, 2, 3), MVector3d(1, 1, 0), 2.0, 8.0);
@@ -323,14 +318,11 @@ TEST(MPointCloudMeasures, ProjectOntoReplacesValidPointsOnly)
     onImage.projectOnto(flatImage());
     EXPECT_EQ(onImage[0], MVector3d(4.5, 3.5, 2.0));
     EXPECT_FALSE(onImage[1].isValid());
-}
 
-TEST(MPointCloudMeasures, ProjectOntoAnInvalidShapeInvalidatesEveryPoint)
-{
-    MPointCloud cloud = mixedCloud(22, 40, 10.0);
+    // An invalid shape invalidates every point.
     cloud.projectOnto(MSphere());
     EXPECT_EQ(cloud.numValidPoints(), 0);
-    EXPECT_EQ(cloud.numPoints(), 40);
+    EXPECT_EQ(cloud.numPoints(), 300);
 }
 
 TEST(MPointCloudMeasures, IntersectionKeepsThePointsInsideTheSolid)
@@ -389,10 +381,7 @@ TEST(MPointCloudMeasures, EmptyCloudsAnswerWithEmptyResults)
     // Labels beyond the cloud do not reach past its end.
     MPointCloud two(2);
     two[0] = MVector3d(1, 2, 3);
-    MRegions wide(5);
-    wide.addRegion();
-    for (int i = 0; i < 5; ++i)
-        wide.addToRegion(i, 0);
+    const MRegions wide = test::regionsOf({0, 0, 0, 0, 0}, 1);
     EXPECT_EQ(two.regionPoints(wide, 0).numPoints(), 1);
     EXPECT_EQ(two.regionPoints(wide, -1).numPoints(), 1);
 }

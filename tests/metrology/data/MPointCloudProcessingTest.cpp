@@ -1,6 +1,7 @@
 #include "MAngle.h"
 #include "MPlane.h"
 #include "MPointCloud.h"
+#include "PointCloudSamples.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -28,23 +29,15 @@ MPointCloud planeGrid(int rows, int cols, double spacing, const MVector3d &origi
                       const MVector3d &u = MVector3d::XUnit, const MVector3d &v = MVector3d::YUnit)
 {
     MPointCloud cloud;
-    for (int r = 0; r < rows; ++r)
-        for (int c = 0; c < cols; ++c)
-            cloud.add(origin + u * (c * spacing) + v * (r * spacing));
+    test::addGrid(cloud, rows, cols, spacing, origin, u, v);
     cloud.setOrganized2d(rows, cols);
     return cloud;
 }
 
-// n points spread evenly over a sphere along a golden-angle spiral.
 MPointCloud spherePoints(int n, double radius, const MVector3d &centre)
 {
     MPointCloud cloud;
-    const double golden = MAngle::Pi * (3.0 - std::sqrt(5.0));
-    for (int i = 0; i < n; ++i) {
-        const double z = 1.0 - 2.0 * (i + 0.5) / n;
-        const double ring = std::sqrt(1.0 - z * z);
-        cloud.add(centre + MVector3d(ring * std::cos(golden * i), ring * std::sin(golden * i), z) * radius);
-    }
+    test::addSphere(cloud, n, radius, centre);
     return cloud;
 }
 
@@ -95,12 +88,6 @@ double zRms(const MPointCloud &cloud)
 
 // ---- Spacing and density
 
-TEST(MPointCloudSpacing, AveragePointDistanceOfAGridIsItsSpacing)
-{
-    EXPECT_NEAR(planeGrid(40, 50, 0.25).averagePointDistance(1000), 0.25, 1e-12);
-    EXPECT_NEAR(planeGrid(40, 50, 0.25).averagePointDistance(7), 0.25, 1e-12);
-}
-
 TEST(MPointCloudSpacing, AveragePointDistanceMatchesBruteForceWhenEveryPointIsSampled)
 {
     const MPointCloud cloud = randomCloud(600, 10.0, 3);
@@ -115,8 +102,11 @@ TEST(MPointCloudSpacing, AveragePointDistanceMatchesBruteForceWhenEveryPointIsSa
     EXPECT_NEAR(cloud.averagePointDistance(5000), sum / cloud.numPoints(), 1e-12);
 }
 
-TEST(MPointCloudSpacing, CoincidingPointsAreNoNeighbours)
+TEST(MPointCloudSpacing, AveragePointDistanceOfAGridIsItsSpacingWhateverCoincides)
 {
+    EXPECT_NEAR(planeGrid(40, 50, 0.25).averagePointDistance(1000), 0.25, 1e-12);
+    EXPECT_NEAR(planeGrid(40, 50, 0.25).averagePointDistance(7), 0.25, 1e-12);
+    // Coinciding points are no neighbours.
     MPointCloud doubled = planeGrid(20, 20, 2.0);
     doubled.integrate(planeGrid(20, 20, 2.0));
     EXPECT_NEAR(doubled.averagePointDistance(1000), 2.0, 1e-12);
@@ -222,24 +212,22 @@ TEST(MPointCloudSpacing, ZeroRadiusCountsCoincidingPointsAndHasNoDensity)
 
 // ---- Normals
 
-TEST(MPointCloudNormals, FlatUnitGridGivesZUnitNormals)
-{
-    MPointCloud grid = planeGrid(20, 20, 1.0);
-    grid.computeNormals(1.0);
-    ASSERT_EQ(grid.numNormals(), grid.numPoints());
-    for (int i = 0; i < grid.numPoints(); ++i)
-        EXPECT_TRUE(grid.normal(i).equals(MVector3f::ZUnit, 1e-6)) << i;
-}
-
-TEST(MPointCloudNormals, TiltedPlaneNormalsPointUpwards)
+TEST(MPointCloudNormals, PlaneNormalsAreTheUpwardPlaneNormal)
 {
     const MVector3d u = MVector3d(1, 0, 0.5).normalized();
     const MVector3d v = MVector3d(0.3, 1, -0.2).normalized();
-    const MVector3d expected = upward(u.cross(v));
-    MPointCloud plane = planeGrid(30, 30, 0.1, MVector3d(100, -50, 20), v, u);
-    plane.computeNormals(0.0);
-    for (int i = 0; i < plane.numPoints(); ++i)
-        ASSERT_NEAR(MVector3d(plane.normal(i)).dot(expected), 1.0, 1e-6) << i;
+    struct Case {
+        MPointCloud plane;
+        double radius;
+        MVector3d normal;
+    } cases[] = {{planeGrid(20, 20, 1.0), 1.0, MVector3d::ZUnit},
+                 {planeGrid(30, 30, 0.1, MVector3d(100, -50, 20), v, u), 0.0, upward(u.cross(v))}};
+    for (Case &c : cases) {
+        c.plane.computeNormals(c.radius);
+        ASSERT_EQ(c.plane.numNormals(), c.plane.numPoints());
+        for (int i = 0; i < c.plane.numPoints(); ++i)
+            ASSERT_NEAR(MVector3d(c.plane.normal(i)).dot(c.normal), 1.0, 1e-6) << i;
+    }
 }
 
 TEST(MPointCloudNormals, SphereNormalsAreRadial)

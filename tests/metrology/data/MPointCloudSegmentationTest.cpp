@@ -1,6 +1,7 @@
 #include "MAngle.h"
 #include "MPointCloud.h"
 #include "MRegions.h"
+#include "PointCloudSamples.h"
 #include "RegionsSupport.h"
 #include "TestSupport.h"
 
@@ -18,27 +19,8 @@ namespace {
 
 const double NaN = std::numeric_limits<double>::quiet_NaN();
 
-// A rows x cols grid of the given spacing from origin along u (columns) and
-// v (rows), appended to cloud.
-void addGrid(MPointCloud &cloud, int rows, int cols, double spacing, const MVector3d &origin, const MVector3d &u,
-             const MVector3d &v)
-{
-    for (int r = 0; r < rows; ++r)
-        for (int c = 0; c < cols; ++c)
-            cloud.add(origin + u * (c * spacing) + v * (r * spacing));
-}
-
-// n points spread evenly over a sphere along a golden-angle spiral.
-void addSphere(MPointCloud &cloud, int n, double radius, const MVector3d &centre)
-{
-    const double golden = MAngle::Pi * (3.0 - std::sqrt(5.0));
-    for (int i = 0; i < n; ++i) {
-        const double z = 1.0 - 2.0 * (i + 0.5) / n;
-        const double ring = std::sqrt(1.0 - z * z);
-        cloud.add(centre + MVector3d(ring * std::cos(golden * i), ring * std::sin(golden * i), z) * radius);
-    }
-}
-
+using test::addGrid;
+using test::addSphere;
 using test::expectRegionInvariants;
 using test::labelsOf;
 

@@ -10,6 +10,7 @@
 #include "MRangeImage.h"
 #include "MSphere.h"
 #include "PointCloudSamples.h"
+#include "RegionsSupport.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -63,16 +64,6 @@ void expectDistanceSelection(const MPointCloud &cloud, const Shape &shape, doubl
     });
 }
 
-// A 20 x 20 grid of spacing 1 in the plane z = 0.
-MPointCloud flatGrid()
-{
-    MPointCloud cloud;
-    for (int r = 0; r < 20; ++r)
-        for (int c = 0; c < 20; ++c)
-            cloud.add(c, r, 0.0);
-    return cloud;
-}
-
 } // namespace
 
 TEST(MPointCloudSelection, CoordinateSelectionsAreInclusiveAndKeepTheGrid)
@@ -115,19 +106,13 @@ TEST(MPointCloudSelection, DistanceRangeSelectsByEveryShape)
     MRangeImage image(10, 10);
     image.init(2.0);
     expectDistanceSelection(cloud, image, -3.0, 1.0);
-}
 
-TEST(MPointCloudSelection, PointsWithoutADistanceAreNeverSelected)
-{
-    MRangeImage image(10, 10);
-    image.init(2.0);
-    MPointCloud cloud;
-    cloud.add(4.5, 3.5, 0.0);
-    cloud.add(40.0, 3.5, 0.0);
-    const MRegions regions = cloud.selectDistanceRange(image, -Marker, Marker);
-    EXPECT_EQ(regions[0], 0);
-    EXPECT_EQ(regions[1], -1);
-    EXPECT_EQ(cloud.selectDistanceRange(MSphere(), -Marker, Marker).regionSize(0), 0);
+    // Points without a distance are never selected, however wide the range.
+    MPointCloud offImage;
+    offImage.add(4.5, 3.5, 0.0);
+    offImage.add(40.0, 3.5, 0.0);
+    EXPECT_EQ(test::labelsOf(offImage.selectDistanceRange(image, -Marker, Marker)), (std::vector<int>{0, -1}));
+    EXPECT_EQ(offImage.selectDistanceRange(MSphere(), -Marker, Marker).regionSize(0), 0);
 }
 
 TEST(MPointCloudSelection, SeveralShapesLabelEachPointWithTheLastShapeInRange)
@@ -140,16 +125,11 @@ TEST(MPointCloudSelection, SeveralShapesLabelEachPointWithTheLastShapeInRange)
     const MPlane planes[] = {MPlane(MVector3d(0, 0, 2), MVector3d(0, 0, 1)), MPlane(MVector3d(0, 0, 3), MVector3d(0, 0, 1)),
                              MPlane(MVector3d(0, 0, 20), MVector3d(0, 0, 1))};
     const MRegions regions = cloud.selectDistanceRange(planes, 3, -1.0, 1.0);
-    ASSERT_EQ(regions.numRegions(), 3);
-    const int expected[] = {-1, 0, 1, 1, 1, -1, -1, -1, -1, -1, -1};
-    for (int i = 0; i < cloud.size(); ++i)
-        EXPECT_EQ(regions[i], expected[i]) << i;
-    EXPECT_EQ(regions.regionSize(2), 0);
+    EXPECT_EQ(test::labelsOf(regions), (std::vector<int>{-1, 0, 1, 1, 1, -1, -1, -1, -1, -1, -1}));
+    EXPECT_EQ(test::sizesOf(regions), (std::vector<int>{1, 3, 0}));
 
     const MVector3d centres[] = {MVector3d(0, 0, 0), MVector3d(0, 0, 9)};
-    const MRegions balls = cloud.selectDistanceRange(centres, 2, 0.0, 5.0);
-    EXPECT_EQ(balls.regionSize(0), 4);
-    EXPECT_EQ(balls.regionSize(1), 6);
+    EXPECT_EQ(test::sizesOf(cloud.selectDistanceRange(centres, 2, 0.0, 5.0)), (std::vector<int>{4, 6}));
 
     EXPECT_EQ(cloud.selectDistanceRange(static_cast<const MSphere *>(nullptr), 4, 0.0, 1.0).numRegions(), 0);
     EXPECT_EQ(cloud.selectDistanceRange(planes, 0, 0.0, 1.0).numRegions(), 0);
@@ -187,9 +167,7 @@ TEST(MPointCloudSelection, CloudDistanceSelectionIgnoresTheInnerBound)
     other.add(9.0, 1.0, 0.0);
     const MRegions inner = cloud.selectDistanceRange(other, 0.5, 2.0);
     // Point 0 coincides with a point of other and is selected all the same.
-    const int expected[] = {0, 0, 0, -1, -1, -1, -1, -1, 0, 0, -1};
-    for (int i = 0; i < cloud.size(); ++i)
-        EXPECT_EQ(inner[i], expected[i]) << i;
+    EXPECT_EQ(test::labelsOf(inner), (std::vector<int>{0, 0, 0, -1, -1, -1, -1, -1, 0, 0, -1}));
     EXPECT_EQ(cloud.selectDistanceRange(other, -1e9, 2.0), inner);
     EXPECT_EQ(cloud.selectDistanceRange(other, 0.0, NaN).regionSize(0), 0);
     EXPECT_EQ(cloud.selectDistanceRange(other, 0.0, -1.0).regionSize(0), 0);
@@ -222,14 +200,9 @@ TEST(MPointCloudSelection, NormalSelectionUsesStoredNormalsAndBothSides)
     cloud.add(MVector3d::Infinity);
     cloud.addNormal(MVector3f(0.0f, 0.0f, 1.0f));
 
-    const MRegions oneSide = cloud.selectNormalZ(0.2, 0.7, false);
-    const int expectedOne[] = {-1, 0, 0, -1, -1, -1, -1, -1};
-    for (int i = 0; i < cloud.size(); ++i)
-        EXPECT_EQ(oneSide[i], expectedOne[i]) << i;
-    const MRegions both = cloud.selectNormal(MVector3d(0, 0, 1), 0.2, 0.7, true);
-    const int expectedBoth[] = {-1, 0, 0, -1, 0, -1, -1, -1};
-    for (int i = 0; i < cloud.size(); ++i)
-        EXPECT_EQ(both[i], expectedBoth[i]) << i;
+    EXPECT_EQ(test::labelsOf(cloud.selectNormalZ(0.2, 0.7, false)), (std::vector<int>{-1, 0, 0, -1, -1, -1, -1, -1}));
+    EXPECT_EQ(test::labelsOf(cloud.selectNormal(MVector3d(0, 0, 1), 0.2, 0.7, true)),
+              (std::vector<int>{-1, 0, 0, -1, 0, -1, -1, -1}));
     EXPECT_EQ(cloud.selectNormalX(0.0, 0.1, false)[5], 0);
     EXPECT_EQ(cloud.selectNormalY(M_PI / 2 - 1e-6, M_PI / 2 + 1e-6, false).regionSize(0), 6);
     EXPECT_EQ(cloud.selectNormal(MVector3d::Infinity, 0.0, M_PI, true).regionSize(0), 0);
@@ -237,7 +210,9 @@ TEST(MPointCloudSelection, NormalSelectionUsesStoredNormalsAndBothSides)
 
 TEST(MPointCloudSelection, NormalSelectionComputesNormalsOnACopy)
 {
-    MPointCloud cloud = flatGrid();
+    MPointCloud cloud;
+    for (int i = 0; i < 400; ++i)
+        cloud.add(i % 20, i / 20, 0.0);
     const MPointCloud before = cloud;
     const MRegions up = cloud.selectNormalZ(0.0, 0.01, false);
     EXPECT_EQ(cloud, before);
@@ -265,14 +240,7 @@ TEST(MPointCloudSelection, NeighbourCountSelectionFollowsComputeNumNeighbors)
 TEST(MPointCloudSelection, SingleRegionByNumberOfPointsTakesTheFirstOnATie)
 {
     MPointCloud cloud(8);
-    MRegions regions(8);
-    for (int r = 0; r < 3; ++r)
-        regions.addRegion();
-    regions.addToRegion(0, 1);
-    regions.addToRegion(1, 1);
-    regions.addToRegion(2, 2);
-    regions.addToRegion(3, 2);
-    regions.addToRegion(4, 0);
+    const MRegions regions = test::regionsOf({1, 1, 2, 2, 0, -1, -1, -1}, 3);
     EXPECT_EQ(cloud.selectSingleRegionByNumberOfPoints(regions, true), regions.region(1));
     EXPECT_EQ(cloud.selectSingleRegionByNumberOfPoints(regions, false), regions.region(0));
     EXPECT_EQ(cloud.selectSingleRegionByNumberOfPoints(MRegions(8), true), MRegions());
@@ -289,19 +257,11 @@ TEST(MPointCloudSelection, SingleRegionByBoundingBoxSkipsRegionsWithoutValidPoin
     cloud.add(1.0, 1.0, 1.0); // region 3: one point, diagonal 0
     cloud.add(0.0, 0.0, 0.0);
     cloud.add(0.0, 5.0, 0.0); // region 4: diagonal 5, after region 0
-    MRegions regions(cloud.size());
-    const int labels[] = {0, 0, 1, 1, 2, 3, 4, 4};
-    for (int r = 0; r < 5; ++r)
-        regions.addRegion();
-    for (int i = 0; i < cloud.size(); ++i)
-        regions.addToRegion(i, labels[i]);
+    const MRegions regions = test::regionsOf({0, 0, 1, 1, 2, 3, 4, 4}, 5);
     EXPECT_EQ(cloud.selectSingleRegionByBoundingBoxSize(regions, true), regions.region(0));
     EXPECT_EQ(cloud.selectSingleRegionByBoundingBoxSize(regions, false), regions.region(3));
 
-    MRegions onlyInvalid(cloud.size());
-    onlyInvalid.addRegion();
-    onlyInvalid.addToRegion(4, 0);
-    EXPECT_EQ(cloud.selectSingleRegionByBoundingBoxSize(onlyInvalid, true), MRegions());
+    EXPECT_EQ(cloud.selectSingleRegionByBoundingBoxSize(test::regionsOf({-1, -1, -1, -1, 0, -1, -1, -1}, 1), true), MRegions());
 }
 
 TEST(MPointCloudSelection, RegionEditsInvalidateByLabel)
@@ -310,10 +270,7 @@ TEST(MPointCloudSelection, RegionEditsInvalidateByLabel)
     for (int i = 0; i < 6; ++i)
         cloud.add(i, 0.0, 0.0);
     // Four labels for six points: the last two have no region.
-    MRegions regions(4);
-    regions.addRegion();
-    regions.addToRegion(1, 0);
-    regions.addToRegion(2, 0);
+    const MRegions regions = test::regionsOf({-1, 0, 0, -1}, 1);
 
     MPointCloud reduced = cloud;
     reduced.reduceToRegions(regions);

@@ -124,8 +124,6 @@ TEST(MRangeImage, DefaultsAndGridConstruction)
 {
     const MRangeImage empty;
     EXPECT_EQ(empty.size(), 0);
-    EXPECT_EQ(empty.width(), 0);
-    EXPECT_EQ(empty.height(), 0);
     EXPECT_EQ(empty.pose(), MMatrix4::Identity);
     EXPECT_EQ(empty.imageToWorldMatrix(), MMatrix4::Identity);
     EXPECT_EQ(empty.worldToImageMatrix(), MMatrix4::Identity);
@@ -138,7 +136,6 @@ TEST(MRangeImage, DefaultsAndGridConstruction)
     const MRangeImage grid(2, 3);
     EXPECT_EQ(grid.width(), 3);
     EXPECT_EQ(grid.height(), 2);
-    EXPECT_EQ(grid.size(), 6);
     EXPECT_EQ(grid.numValidPoints(), 0);
     EXPECT_EQ(grid.value(1, 2), MInvalid);
 }

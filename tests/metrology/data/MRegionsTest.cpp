@@ -28,14 +28,16 @@ std::vector<int> countLabels(const std::vector<int> &labels, int numRegions)
     return counts;
 }
 
-MRegions fromLabels(int width, int height, const std::vector<int> &labels, int numRegions)
+// A list of n elements whose regions hold the given numbers of elements, in order.
+MRegions regionsOfSizes(int n, const std::vector<int> &sizes)
 {
-    MRegions regions(width, height);
-    for (int r = 0; r < numRegions; ++r)
-        regions.addRegion();
-    for (int i = 0; i < int(labels.size()); ++i)
-        if (labels[std::size_t(i)] >= 0)
-            regions.addToRegion(i, labels[std::size_t(i)]);
+    MRegions regions(n);
+    int element = 0;
+    for (int size : sizes) {
+        const int r = regions.addRegion();
+        for (int k = 0; k < size; ++k)
+            regions.addToRegion(element++, r);
+    }
     return regions;
 }
 
@@ -48,40 +50,25 @@ MRegions randomRegions(std::mt19937 &rng, int width, int height, int numRegions,
     std::vector<int> labels(std::size_t(width) * std::size_t(height));
     for (int &label : labels)
         label = numRegions == 0 || free(rng) ? -1 : region(rng);
-    return fromLabels(width, height, labels, numRegions);
+    return test::regionsOf(labels, numRegions, width, height);
 }
 
 // Grid shapes that reach every border case: single rows and columns too.
 const int Shapes[][2] = {{1, 1}, {1, 7}, {7, 1}, {2, 2}, {5, 3}, {3, 5}, {9, 8}, {16, 11}, {64, 48}};
 
-TEST(MRegions, ConstructionGivesUnlabelledElements)
+TEST(MRegions, ConstructionGivesUnlabelledElementsAndNothingForBadDimensions)
 {
-    const MRegions empty;
-    EXPECT_EQ(empty.size(), 0);
-    EXPECT_EQ(empty.numRegions(), 0);
-
-    const MRegions list(5);
-    EXPECT_EQ(list.size(), 5);
-    EXPECT_EQ(list.width(), 0);
-    EXPECT_EQ(list.height(), 0);
-    EXPECT_EQ(labelsOf(list), std::vector<int>(5, -1));
-
-    const MRegions grid(3, 2);
-    EXPECT_EQ(grid.width(), 3);
-    EXPECT_EQ(grid.height(), 2);
-    EXPECT_EQ(grid.size(), 6);
-    EXPECT_EQ(grid.numRegions(), 0);
-    EXPECT_EQ(labelsOf(grid), std::vector<int>(6, -1));
-}
-
-TEST(MRegions, NegativeOrZeroDimensionsGiveNothing)
-{
-    EXPECT_EQ(MRegions(-4).size(), 0);
-    for (const auto &shape : {std::pair{-3, 4}, std::pair{3, -4}, std::pair{0, 4}, std::pair{4, 0}}) {
-        const MRegions grid(shape.first, shape.second);
-        EXPECT_EQ(grid.size(), 0);
-        EXPECT_EQ(grid.width(), 0);
-        EXPECT_EQ(grid.height(), 0);
+    struct Case {
+        MRegions regions;
+        int width, height, size;
+    };
+    const Case cases[] = {{MRegions(), 0, 0, 0},     {MRegions(5), 0, 0, 5},     {MRegions(3, 2), 3, 2, 6},
+                          {MRegions(-4), 0, 0, 0},   {MRegions(-3, 4), 0, 0, 0}, {MRegions(3, -4), 0, 0, 0},
+                          {MRegions(0, 4), 0, 0, 0}, {MRegions(4, 0), 0, 0, 0}};
+    for (const Case &c : cases) {
+        EXPECT_EQ(std::vector<int>({c.regions.width(), c.regions.height(), c.regions.numRegions()}),
+                  std::vector<int>({c.width, c.height, 0}));
+        EXPECT_EQ(labelsOf(c.regions), std::vector<int>(std::size_t(c.size), -1));
     }
     EXPECT_THROW(MRegions(1 << 16, 1 << 16), std::bad_alloc);
 }
@@ -137,13 +124,7 @@ TEST(MRegions, AddAndRemoveKeepSizes)
 
 TEST(MRegions, NegativeRegionSizeCountsLabelledElements)
 {
-    MRegions regions(10);
-    int element = 0;
-    for (int size : {1, 2, 3}) {
-        const int r = regions.addRegion();
-        for (int k = 0; k < size; ++k)
-            regions.addToRegion(element++, r);
-    }
+    const MRegions regions = regionsOfSizes(10, {1, 2, 3});
     EXPECT_EQ(regions.regionSize(-1), 6);
     EXPECT_EQ(regions.regionSize(INT_MIN), 6);
 }
@@ -290,13 +271,7 @@ TEST(MRegions, SelectSizeMatchesModel)
 
 TEST(MRegions, SelectSizeWithoutUpperLimitKeepsLargeRegions)
 {
-    MRegions regions(20);
-    int element = 0;
-    for (int size : {5, 4, 7, 0, 6}) {
-        const int r = regions.addRegion();
-        for (int k = 0; k < size; ++k)
-            regions.addToRegion(element++, r);
-    }
+    MRegions regions = regionsOfSizes(20, {5, 4, 7, 0, 6});
     regions.selectSize(5, 0);
     EXPECT_EQ(sizesOf(regions), (std::vector<int>{5, 7}));
     expectRegionInvariants(regions);
@@ -307,14 +282,7 @@ TEST(MRegions, SelectSizeWithoutUpperLimitKeepsLargeRegions)
 
 TEST(MRegions, SortBySizeRenumbersStably)
 {
-    MRegions regions(20);
-    int element = 0;
-    const std::vector<int> sizes = {2, 5, 0, 2, 5, 1};
-    for (int size : sizes) {
-        const int r = regions.addRegion();
-        for (int k = 0; k < size; ++k)
-            regions.addToRegion(element++, r);
-    }
+    const MRegions regions = regionsOfSizes(20, {2, 5, 0, 2, 5, 1});
     const std::vector<int> before = labelsOf(regions);
 
     MRegions descending = regions;
@@ -337,12 +305,7 @@ TEST(MRegions, SortBySizeRenumbersStably)
 
 TEST(MRegions, RemoveEmptyRegionsKeepsOrder)
 {
-    MRegions regions(6);
-    for (int r = 0; r < 5; ++r)
-        regions.addRegion();
-    regions.addToRegion(0, 3);
-    regions.addToRegion(1, 1);
-    regions.addToRegion(2, 3);
+    MRegions regions = test::regionsOf({3, 1, 3, -1, -1, -1}, 5);
     regions.removeEmptyRegions();
     EXPECT_EQ(labelsOf(regions), (std::vector<int>{1, 0, 1, -1, -1, -1}));
     EXPECT_EQ(sizesOf(regions), (std::vector<int>{1, 2}));
@@ -407,10 +370,7 @@ TEST(MRegions, ErodeAndDilateMatchGridModel)
 
 TEST(MRegions, ErodeOfFullGridChangesNothing)
 {
-    MRegions regions(4, 3);
-    const int r = regions.addRegion();
-    for (int i = 0; i < regions.size(); ++i)
-        regions.addToRegion(i, r);
+    MRegions regions = test::regionsOf(std::vector<int>(12, 0), 1, 4, 3);
     const MRegions before = regions;
     regions.erode();
     EXPECT_EQ(regions, before);
@@ -420,11 +380,7 @@ TEST(MRegions, ErodeOfFullGridChangesNothing)
 // element of region 0 on the left ends in region 1 of its right neighbour.
 TEST(MRegions, DilateLetsLaterElementsOverwriteEarlierRegions)
 {
-    MRegions regions(4, 1);
-    regions.addRegion();
-    regions.addRegion();
-    regions.addToRegion(1, 0);
-    regions.addToRegion(2, 1);
+    MRegions regions = test::regionsOf({-1, 0, 1, -1}, 2, 4, 1);
     regions.dilate();
     EXPECT_EQ(labelsOf(regions), (std::vector<int>{0, 1, 0, 1}));
     EXPECT_EQ(sizesOf(regions), (std::vector<int>{2, 2}));
@@ -489,12 +445,7 @@ TEST(MRegions, ConnectivityJoinsAcrossRegionsButNotDiagonally)
 {
     // 0 1 . .
     // . . 1 .
-    MRegions regions(4, 2);
-    regions.addRegion();
-    regions.addRegion();
-    regions.addToRegion(0, 0, 0);
-    regions.addToRegion(1, 0, 1);
-    regions.addToRegion(2, 1, 1);
+    const MRegions regions = test::regionsOf({0, 1, -1, -1, -1, -1, 1, -1}, 2, 4, 2);
     const MRegions connected = regions.connectivitySegmentation(1);
     EXPECT_EQ(labelsOf(connected), (std::vector<int>{0, 0, -1, -1, -1, -1, 1, -1}));
 }
@@ -517,10 +468,7 @@ TEST(MRegions, LastColumnNeverStartsARegion)
 TEST(MRegions, SmallComponentsKeepTheirEmptyNumber)
 {
     // x . x x
-    MRegions regions(4, 1);
-    const int r = regions.addRegion();
-    for (int x : {0, 2, 3})
-        regions.addToRegion(x, 0, r);
+    const MRegions regions = test::regionsOf({0, -1, 0, 0}, 1, 4, 1);
     const MRegions connected = regions.connectivitySegmentation(2);
     EXPECT_EQ(connected.numRegions(), 2);
     EXPECT_EQ(sizesOf(connected), (std::vector<int>{0, 2}));

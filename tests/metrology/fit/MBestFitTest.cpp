@@ -204,7 +204,7 @@ TEST(MPointFit, CentroidOfTheValidPointsFarFromTheOrigin)
     EXPECT_EQ(fit.result(), MVector3d(2, 2, 2));
 }
 
-TEST(MPointFit, NoValidPointIsAFailure)
+TEST(MPointFit, NoValidPointMarksOnlyTheFirstWordOfTheLastResult)
 {
     MPointFit fit;
     fit.setPoints(cloudOf({{1, 1, 1}}));
@@ -213,8 +213,4 @@ TEST(MPointFit, NoValidPointIsAFailure)
     fit.compute(0.0);
     EXPECT_FALSE(fit.result().isValid());
     EXPECT_EQ(fit.result().y(), 1.0); // only the first word is marked
-
-    test::ScopedExceptions on;
-    fit.setPoints(MPointCloud());
-    EXPECT_MEXCEPTION(fit.compute(0.0), "PointFit: not enough valid points given (minimum required: 1)");
 }

@@ -28,8 +28,6 @@ const Patch Patches[] = {{15 * Degree, 360 * Degree, 1},
                          {40 * Degree, 60 * Degree, 4},
                          {30 * Degree, 30 * Degree, 5}};
 
-const char *const NotEnoughPoints = "ConeFit: not enough valid points given (minimum required: 6)";
-
 // Points between 5 and 15 from the apex along the axis.
 std::vector<MVector3d> patchPoints(const Patch &patch, const Frame &frame, double sigma)
 {
@@ -149,17 +147,6 @@ TEST(MConeFit, GradientIsTheDerivativeOfTheResidual)
         fit.distance(point, minus, &down);
         EXPECT_NEAR(gradient[k], (up - down) / (2 * h), 1e-8) << k;
     }
-}
-
-TEST(MConeFit, TooFewPointsRaiseTheConeText)
-{
-    const MPointCloud five = cloudOf({MVector3d(1, 0, 0), MVector3d(0, 1, 0), MVector3d(-1, 0, 0),
-                                      MVector3d(0, -1, 1), MVector3d(MInvalid, 0, 0), MVector3d(2, 0, 3)});
-    {
-        ScopedExceptions on;
-        EXPECT_MEXCEPTION(five.fitCone(), NotEnoughPoints);
-    }
-    EXPECT_FALSE(five.fitCone().isValid());
 }
 
 TEST(MConeFit, DegenerateInputGivesNoFalseValidCone)

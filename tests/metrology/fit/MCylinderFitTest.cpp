@@ -24,8 +24,6 @@ struct Patch {
 
 const Patch Patches[] = {{360 * Degree, 4.0, 1}, {360 * Degree, 0.3, 2}, {90 * Degree, 2.0, 3}, {30 * Degree, 3.0, 4}};
 
-const char *const NotEnoughPoints = "CylinderFit: not enough valid points given (minimum required: 5)";
-
 std::vector<MVector3d> patchPoints(const Patch &patch, const Frame &frame, double radius, double sigma)
 {
     return cylinderPoints(frame, radius, patch.arc, patch.length * radius, 60, Noise(patch.seed, sigma));
@@ -120,19 +118,6 @@ TEST(MCylinderFit, PointOnTheAxisTakesTheSubstitutedGradient)
     ASSERT_TRUE(cylinder.isValid());
     EXPECT_TRUE(std::isfinite(cylinder.length()));
     EXPECT_LT(sineBetween(cylinder.direction(), frame.w), 0.05);
-}
-
-TEST(MCylinderFit, TooFewPointsRaiseTheCylinderText)
-{
-    const MPointCloud four =
-        cloudOf({MVector3d(1, 0, 0), MVector3d(0, 1, 0), MVector3d(-1, 0, 0), MVector3d(MInvalid, 0, 0),
-                 MVector3d(0, -1, 1)});
-    {
-        ScopedExceptions on;
-        EXPECT_MEXCEPTION(four.fitCylinder(0.0), NotEnoughPoints);
-        EXPECT_MEXCEPTION(cloudOf({}).fitCylinder(1.0), NotEnoughPoints);
-    }
-    EXPECT_FALSE(four.fitCylinder(0.0).isValid());
 }
 
 TEST(MCylinderFit, PointsWithoutACylinderGiveAnInvalidOne)

@@ -18,8 +18,6 @@ using test::parallel;
 
 namespace {
 
-const double NaN = std::numeric_limits<double>::quiet_NaN();
-
 // Points at parameters t in [-20, 70] along a line through origin with
 // unit direction, displaced across it by noise of the given deviation.
 struct LineSample {
@@ -157,20 +155,3 @@ TEST(MLineSegmentFit, EndsAreTheFeetOfTheOutermostPoints)
     }
 }
 
-TEST(MLineFit, TooFewValidPointsFail)
-{
-    MPointCloud oneAmongInvalid(10);
-    oneAmongInvalid.add(1, 2, 3);
-    const MPointCloud withNaN = cloudOf({{0, 0, NaN}, {1, 0, 0}});
-    const MPointCloud clouds[] = {MPointCloud(), MPointCloud(3), oneAmongInvalid, withNaN};
-    for (const MPointCloud &cloud : clouds) {
-        EXPECT_FALSE(cloud.fitLine().isValid());
-        EXPECT_EQ(cloud.fitLine().position().x(), MInvalid);
-        EXPECT_FALSE(cloud.fitLineSegment().isValid());
-        EXPECT_EQ(cloud.fitLineSegment().start().x(), MInvalid);
-        test::ScopedExceptions on;
-        EXPECT_MEXCEPTION(cloud.fitLine(), "LineFit: not enough valid points given (minimum required: 2)");
-        EXPECT_MEXCEPTION(cloud.fitLineSegment(),
-                          "LineSegmentFit: not enough valid points given (minimum required: 2)");
-    }
-}

@@ -5,6 +5,7 @@
 #include "MPlaneRansac.h"
 #include "MPointRansac.h"
 #include "MSphereRansac.h"
+#include "PointCloudSamples.h"
 #include "TestSupport.h"
 #include "metrology/fit/detail/MRansacSampling.h"
 
@@ -22,14 +23,6 @@ using test::parallel;
 namespace {
 
 const char *const NotEnoughPoints = "Ransac: not enough points for this type of geometry!";
-
-// rows x cols points origin + a * col + b * row.
-void addGrid(MPointCloud &cloud, const MVector3d &origin, const MVector3d &a, const MVector3d &b, int rows, int cols)
-{
-    for (int row = 0; row < rows; ++row)
-        for (int col = 0; col < cols; ++col)
-            cloud.add(origin + a * col + b * row);
-}
 
 // count points on the circle of radius r about centre in the plane z = centre.z.
 void addRing(MPointCloud &cloud, const MVector3d &centre, double r, int count)
@@ -124,21 +117,9 @@ TEST(MRansacSampling, EmptyCloudGivesEmptySample)
 
 // ---- Frame
 
-TEST(MRansac, DefaultsAndSettersThatIgnoreNonPositiveCounts)
+TEST(MRansac, SampleSizesAndSettersThatIgnoreNonPositiveCounts)
 {
     MLineRansac line;
-    EXPECT_EQ(line.threshold(), 0.5);
-    EXPECT_EQ(line.minRadius(), 0.0);
-    EXPECT_EQ(line.maxRadius(), MInvalid);
-    EXPECT_EQ(line.minLength(), 0.0);
-    EXPECT_EQ(line.maxLength(), MInvalid);
-    EXPECT_EQ(line.maxModels(), 1);
-    EXPECT_EQ(line.numIterations(), 1000);
-    EXPECT_EQ(line.similarDistance(), -5.0);
-    EXPECT_DOUBLE_EQ(line.similarAngle(), MAngle::DegToRad(10.0));
-    EXPECT_FALSE(line.referenceLine().isValid());
-    EXPECT_EQ(line.minAngle(), 0.0);
-    EXPECT_DOUBLE_EQ(line.maxAngle(), MAngle::DegToRad(10.0));
     EXPECT_EQ(line.sampleSize(), 2);
     EXPECT_EQ(MPlaneRansac().sampleSize(), 3);
     EXPECT_EQ(MCircleRansac().sampleSize(), 3);
@@ -196,7 +177,7 @@ TEST(MRansac, TooFewValidPointsFailWithTheirTextOrAnEmptyResult)
 TEST(MRansac, ModelWhoseRefitFailsIsValidModelKeepsCountZeroAndNeverComesBack)
 {
     MPointCloud cloud;
-    addGrid(cloud, MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0), 10, 10);
+    test::addGrid(cloud, 10, 10, 1.0, MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0));
     RefitRefusingRansac ransac;
     ransac.setPoints(cloud);
     ransac.setNumIterations(50);
@@ -214,7 +195,7 @@ TEST(MRansacPlane, FindsThePlaneAmongOutliersAsTheFitOfItsInliers)
     const MVector3d a = MVector3d(1, 0, 0.1).normalized(), b = MVector3d(0, 1, -0.2).normalized();
     const MVector3d normal = a.cross(b).normalized();
     MPointCloud grid;
-    addGrid(grid, MVector3d(-3, 2, 5), a * 0.5, b * 0.5, 25, 25);
+    test::addGrid(grid, 25, 25, 1.0, MVector3d(-3, 2, 5), a * 0.5, b * 0.5);
     MPointCloud cloud = grid;
     test::RandomGeometry random(3);
     while (cloud.numPoints() < 625 + 300) {
@@ -242,8 +223,8 @@ TEST(MRansacPlane, NegativeThresholdCountsInPointSpacings)
     // around either of them, a band of 1.8 cannot hold all points around any
     // plane through three of them.
     MPointCloud cloud;
-    addGrid(cloud, MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0), 20, 20);
-    addGrid(cloud, MVector3d(0, 0, 1.9), MVector3d(1, 0, 0), MVector3d(0, 1, 0), 20, 20);
+    test::addGrid(cloud, 20, 20, 1.0, MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0));
+    test::addGrid(cloud, 20, 20, 1.0, MVector3d(0, 0, 1.9), MVector3d(1, 0, 0), MVector3d(0, 1, 0));
     ASSERT_EQ(cloud.averagePointDistance(1000), 1.0);
     const MPlane all = cloud.fitPlane();
     EXPECT_TRUE(cloud.ransacBestPlane(-2.0) == all);
@@ -263,9 +244,9 @@ namespace {
 MPointCloud floorWallAndShelf(double shelfHeight)
 {
     MPointCloud cloud;
-    addGrid(cloud, MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0), 20, 20);
-    addGrid(cloud, MVector3d(60, 0, -30), MVector3d(0, 1, 0), MVector3d(0, 0, 1), 18, 18);
-    addGrid(cloud, MVector3d(2.5, 2.5, shelfHeight), MVector3d(1, 0, 0), MVector3d(0, 1, 0), 20, 15);
+    test::addGrid(cloud, 20, 20, 1.0, MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0));
+    test::addGrid(cloud, 18, 18, 1.0, MVector3d(60, 0, -30), MVector3d(0, 1, 0), MVector3d(0, 0, 1));
+    test::addGrid(cloud, 20, 15, 1.0, MVector3d(2.5, 2.5, shelfHeight), MVector3d(1, 0, 0), MVector3d(0, 1, 0));
     return cloud;
 }
 

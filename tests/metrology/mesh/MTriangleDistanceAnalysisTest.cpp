@@ -99,54 +99,44 @@ TEST(MTriangleDistanceAnalysis, PreparedRecordDescribesTheTriangle)
     EXPECT_EQ(analysis.edgeLength(1), 4.0);
     EXPECT_EQ(analysis.edgeLength(2), 5.0);
     EXPECT_TRUE(near(analysis.edgeDirection(2), MVector3d(-0.6, 0, 0.8), 1e-16));
+    EXPECT_EQ(MTriangleDistanceAnalysis(MVector3d(0, 0, 0), MVector3d(0, 1, 0), MVector3d(1, 0, 0)).normal(),
+              MVector3d(0, 0, -1));
 }
 
-TEST(MTriangleDistanceAnalysis, InsidePointsAreTheirSignedHeight)
+TEST(MTriangleDistanceAnalysis, KnownPointsGiveTheirSignedDistanceAndClosestPoint)
 {
-    const MTriangleDistanceAnalysis analysis(MVector3d(0, 0, 1), MVector3d(4, 0, 1), MVector3d(0, 4, 1));
-    MVector3d closest;
-    EXPECT_EQ(analysis.distance(MVector3d(1, 1, 3), MInvalid, &closest), 2.0);
-    EXPECT_EQ(closest, MVector3d(1, 1, 1));
-    EXPECT_EQ(analysis.distance(MVector3d(1, 1, -2), MInvalid, &closest), -3.0);
-    EXPECT_EQ(closest, MVector3d(1, 1, 1));
-    // A point of the triangle itself.
-    EXPECT_EQ(analysis.distance(MVector3d(1, 2, 1), MInvalid, &closest), 0.0);
-    EXPECT_EQ(closest, MVector3d(1, 2, 1));
-}
-
-TEST(MTriangleDistanceAnalysis, OutsidePointsKeepTheSideOfTheNormal)
-{
-    const MTriangleDistanceAnalysis analysis(MVector3d(0, 0, 0), MVector3d(4, 0, 0), MVector3d(0, 4, 0));
-    MVector3d closest;
-    EXPECT_DOUBLE_EQ(analysis.distance(MVector3d(2, -3, 4), MInvalid, &closest), 5.0);
-    EXPECT_EQ(closest, MVector3d(2, 0, 0));
-    EXPECT_DOUBLE_EQ(analysis.distance(MVector3d(2, -3, -4), MInvalid, &closest), -5.0);
-    EXPECT_DOUBLE_EQ(analysis.distance(MVector3d(-3, -4, 0), MInvalid, &closest), 5.0);
-    EXPECT_EQ(closest, MVector3d(0, 0, 0));
-    EXPECT_DOUBLE_EQ(analysis.distance(MVector3d(5, 5, 0), MInvalid, &closest), std::sqrt(18.0));
-    EXPECT_TRUE(near(closest, MVector3d(2, 2, 0), 1e-15));
-}
-
-TEST(MTriangleDistanceAnalysis, PointBeyondTwoEdgesFindsTheNearerOne)
-{
-    // Beyond edge 0 (a to b) and edge 2 (b to c) of an obtuse triangle: edge
-    // 0 alone would give its end b at 2.06, but edge 2 passes closer.
-    const MTriangleDistanceAnalysis analysis(MVector3d(0, 0, 0), MVector3d(10, 0, 0), MVector3d(11, 1, 0));
-    MVector3d closest;
-    EXPECT_NEAR(analysis.distance(MVector3d(12, -0.5, 0), MInvalid, &closest), 1.25 * std::sqrt(2.0), 1e-14);
-    EXPECT_TRUE(near(closest, MVector3d(10.75, 0.75, 0), 1e-14));
-}
-
-TEST(MTriangleDistanceAnalysis, PointsWithinTheToleranceBandCountAsInside)
-{
-    const MTriangleDistanceAnalysis analysis(MVector3d(0, 0, 0), MVector3d(1, 0, 0), MVector3d(0, 1, 0));
-    MVector3d closest;
-    EXPECT_EQ(analysis.distance(MVector3d(0.5, -5e-8, 2), MInvalid, &closest), 2.0);
-    EXPECT_EQ(closest, MVector3d(0.5, -5e-8, 0));
-    EXPECT_EQ(analysis.distance(MVector3d(0.6, 0.4 + 5e-8, -2), MInvalid, &closest), -2.0);
-
-    EXPECT_DOUBLE_EQ(analysis.distance(MVector3d(0.5, -2e-7, 2), MInvalid, &closest), std::sqrt(4 + 4e-14));
-    EXPECT_EQ(closest, MVector3d(0.5, 0, 0));
+    struct Case {
+        const char *what;
+        MVector3d a, b, c, point;
+        double distance;
+        MVector3d closest;
+    };
+    const Case cases[] = {
+        {"inside above", {0, 0, 1}, {4, 0, 1}, {0, 4, 1}, {1, 1, 3}, 2.0, {1, 1, 1}},
+        {"inside below", {0, 0, 1}, {4, 0, 1}, {0, 4, 1}, {1, 1, -2}, -3.0, {1, 1, 1}},
+        {"on the triangle", {0, 0, 1}, {4, 0, 1}, {0, 4, 1}, {1, 2, 1}, 0.0, {1, 2, 1}},
+        // Outside points keep the side of the normal.
+        {"beyond an edge above", {0, 0, 0}, {4, 0, 0}, {0, 4, 0}, {2, -3, 4}, 5.0, {2, 0, 0}},
+        {"beyond an edge below", {0, 0, 0}, {4, 0, 0}, {0, 4, 0}, {2, -3, -4}, -5.0, {2, 0, 0}},
+        {"beyond a corner", {0, 0, 0}, {4, 0, 0}, {0, 4, 0}, {-3, -4, 0}, 5.0, {0, 0, 0}},
+        {"beyond the long edge", {0, 0, 0}, {4, 0, 0}, {0, 4, 0}, {5, 5, 0}, std::sqrt(18.0), {2, 2, 0}},
+        // Beyond edge 0 and edge 2 of an obtuse triangle: edge 0 alone would
+        // give its end b at 2.06, but edge 2 passes closer.
+        {"beyond two edges", {0, 0, 0}, {10, 0, 0}, {11, 1, 0}, {12, -0.5, 0}, 1.25 * std::sqrt(2.0), {10.75, 0.75, 0}},
+        // Points within the tolerance band count as inside.
+        {"in the band above", {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.5, -5e-8, 2}, 2.0, {0.5, -5e-8, 0}},
+        {"in the band below", {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.6, 0.4 + 5e-8, -2}, -2.0, {0.6, 0.4 + 5e-8, 0}},
+        {"past the band", {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.5, -2e-7, 2}, std::sqrt(4 + 4e-14), {0.5, 0, 0}},
+        // The normal exactly -Z, the one direction with a rotation of its own.
+        {"facing down inside", {0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0.25, 0.25, 2}, -2.0, {0.25, 0.25, 0}},
+        {"facing down outside", {0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0.5, -3, -4}, 5.0, {0.5, 0, 0}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        MVector3d closest;
+        EXPECT_NEAR(MTriangleDistanceAnalysis(c.a, c.b, c.c).distance(c.point, MInvalid, &closest), c.distance, 1e-14);
+        EXPECT_TRUE(near(closest, c.closest, 1e-14));
+    }
 }
 
 TEST(MTriangleDistanceAnalysis, HeightBeyondTheBoundIsReturnedUnmeasured)
@@ -161,77 +151,43 @@ TEST(MTriangleDistanceAnalysis, HeightBeyondTheBoundIsReturnedUnmeasured)
     EXPECT_EQ(closest, MVector3d(0, 0, 0));
 }
 
-TEST(MTriangleDistanceAnalysis, TriangleFacingDownIsMeasuredLikeAnyOther)
-{
-    // The normal is exactly -Z, the one direction with a rotation of its own.
-    const MTriangleDistanceAnalysis analysis(MVector3d(0, 0, 0), MVector3d(0, 1, 0), MVector3d(1, 0, 0));
-    ASSERT_EQ(analysis.normal(), MVector3d(0, 0, -1));
-    MVector3d closest;
-    EXPECT_EQ(analysis.distance(MVector3d(0.25, 0.25, 2), MInvalid, &closest), -2.0);
-    EXPECT_EQ(closest, MVector3d(0.25, 0.25, 0));
-    EXPECT_DOUBLE_EQ(analysis.distance(MVector3d(0.5, -3, -4), MInvalid, &closest), 5.0);
-    EXPECT_EQ(closest, MVector3d(0.5, 0, 0));
-}
-
-TEST(MTriangleDistanceAnalysis, EdgeRegionsOfRandomTriangles)
+// A point built from a known foot on the triangle, a way out of it in the
+// plane and a height: inside, beyond each edge, and beyond each corner (any
+// mix of the outward normals of its two edges leads into its region).
+TEST(MTriangleDistanceAnalysis, EveryRegionOfRandomTrianglesGivesItsKnownFoot)
 {
     test::RandomGeometry random(51);
+    const auto expectFoot = [](const MTriangleDistanceAnalysis &analysis, const MVector3d &foot, const MVector3d &out,
+                               double height, const Triangle &t) {
+        MVector3d closest;
+        EXPECT_NEAR(analysis.distance(foot + out + t.normal * height, MInvalid, &closest),
+                    signedLength(out.norm(), height), 1e-9);
+        EXPECT_TRUE(near(closest, foot, 1e-9));
+    };
     const int ends[3][2] = {{0, 1}, {0, 2}, {1, 2}};
     for (int i = 0; i < 200; ++i) {
         const Triangle t = randomTriangle(random);
         const MTriangleDistanceAnalysis analysis(t.corner[0], t.corner[1], t.corner[2]);
         ASSERT_TRUE(analysis.isValid());
-        for (const auto &edge : ends) {
-            const MVector3d &from = t.corner[edge[0]];
-            const MVector3d foot = from + (t.corner[edge[1]] - from) * random.uniform(0.05, 0.95);
-            const double away = random.uniform(0.01, 5);
-            const double height = random.uniform(-5, 5);
-            const MVector3d p = foot + outwardNormal(t, edge[0], edge[1]) * away + t.normal * height;
-            MVector3d closest;
-            EXPECT_NEAR(analysis.distance(p, MInvalid, &closest), signedLength(away, height), 1e-9);
-            EXPECT_TRUE(near(closest, foot, 1e-9));
-        }
-    }
-}
-
-TEST(MTriangleDistanceAnalysis, CornerRegionsOfRandomTriangles)
-{
-    test::RandomGeometry random(52);
-    for (int i = 0; i < 200; ++i) {
-        const Triangle t = randomTriangle(random);
-        const MTriangleDistanceAnalysis analysis(t.corner[0], t.corner[1], t.corner[2]);
-        for (int corner = 0; corner < 3; ++corner) {
-            const int other1 = (corner + 1) % 3, other2 = (corner + 2) % 3;
-            // Any mix of the outward normals of the two edges at the corner
-            // points into the region whose closest point is the corner.
-            const MVector3d out = outwardNormal(t, std::min(corner, other1), std::max(corner, other1)) * random.uniform(0, 1) +
-                                  outwardNormal(t, std::min(corner, other2), std::max(corner, other2)) * random.uniform(0, 1);
-            const double away = random.uniform(0.01, 5);
-            const double height = random.uniform(-5, 5);
-            const MVector3d p = t.corner[corner] + out.normalized() * away + t.normal * height;
-            MVector3d closest;
-            EXPECT_NEAR(analysis.distance(p, MInvalid, &closest), signedLength(away, height), 1e-9);
-            EXPECT_TRUE(near(closest, t.corner[corner], 1e-9));
-        }
-    }
-}
-
-TEST(MTriangleDistanceAnalysis, InsideRegionsOfRandomTriangles)
-{
-    test::RandomGeometry random(53);
-    for (int i = 0; i < 200; ++i) {
-        const Triangle t = randomTriangle(random);
-        const MTriangleDistanceAnalysis analysis(t.corner[0], t.corner[1], t.corner[2]);
         double u = random.uniform(0, 1), v = random.uniform(0, 1);
         if (u + v > 1) {
             u = 1 - u;
             v = 1 - v;
         }
-        const MVector3d foot = t.corner[0] + (t.corner[1] - t.corner[0]) * u + (t.corner[2] - t.corner[0]) * v;
-        const double height = random.uniform(-5, 5);
-        MVector3d closest;
-        EXPECT_NEAR(analysis.distance(foot + t.normal * height, MInvalid, &closest), height, 1e-9);
-        EXPECT_TRUE(near(closest, foot, 1e-9));
+        const MVector3d inside = t.corner[0] + (t.corner[1] - t.corner[0]) * u + (t.corner[2] - t.corner[0]) * v;
+        expectFoot(analysis, inside, MVector3d(0, 0, 0), random.uniform(-5, 5), t);
+        for (const auto &edge : ends) {
+            const MVector3d &from = t.corner[edge[0]];
+            const MVector3d foot = from + (t.corner[edge[1]] - from) * random.uniform(0.05, 0.95);
+            const MVector3d out = outwardNormal(t, edge[0], edge[1]) * random.uniform(0.01, 5);
+            expectFoot(analysis, foot, out, random.uniform(-5, 5), t);
+        }
+        for (int corner = 0; corner < 3; ++corner) {
+            const int other1 = (corner + 1) % 3, other2 = (corner + 2) % 3;
+            const MVector3d out = outwardNormal(t, std::min(corner, other1), std::max(corner, other1)) * random.uniform(0, 1) +
+                                  outwardNormal(t, std::min(corner, other2), std::max(corner, other2)) * random.uniform(0, 1);
+            expectFoot(analysis, t.corner[corner], out.normalized() * random.uniform(0.01, 5), random.uniform(-5, 5), t);
+        }
     }
 }
 
