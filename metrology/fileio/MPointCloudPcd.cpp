@@ -533,7 +533,9 @@ bool MPointCloud::loadPcd(const wchar_t *path)
             compressedBody->store<float>(compressed.get(), arrived, points(), colorData);
     }
 
-    if (header.height > 1)
+    // A header of no columns passes the count test for any height; a grid of
+    // no points would claim rows that hold nothing.
+    if (header.height > 1 && count > 0)
         setOrganized2d(int(header.height), int(header.width));
     return numPoints() >= 1;
 }

@@ -48,7 +48,7 @@ public:
     // joined without branches so that a loop over points tests the shape once.
     bool isValid() const
     {
-        return m_position.isValid() & m_normal.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
+        return (int(m_position.isValid()) & int(m_normal.isValid()) & int(m_radius > 0.0) & int(m_radius < MInvalid)) != 0;
     }
     void invalidate() { m_position.invalidate(); }
 

@@ -63,7 +63,7 @@ public:
     // Joined without branches so that a loop over points tests the cone once.
     bool isValid() const
     {
-        return m_position.isValid() & m_direction.isValid() & (m_radius > 0.0) & (m_radius < MInvalid);
+        return (int(m_position.isValid()) & int(m_direction.isValid()) & int(m_radius > 0.0) & int(m_radius < MInvalid)) != 0;
     }
     void invalidate() { m_position.invalidate(); }
 

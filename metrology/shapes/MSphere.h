@@ -29,7 +29,7 @@ public:
     bool operator!=(const MSphere &o) const { return !(*this == o); }
 
     // Joined without branches so that a loop over points tests the sphere once.
-    bool isValid() const { return m_position.isValid() & (m_radius > 0.0) & (m_radius < MInvalid); }
+    bool isValid() const { return (int(m_position.isValid()) & int(m_radius > 0.0) & int(m_radius < MInvalid)) != 0; }
     void invalidate() { m_position.invalidate(); }
 
     double diameter() const { return isValid() ? 2.0 * m_radius : MInvalid; }

@@ -517,6 +517,10 @@ TEST_F(PcdFile, BinaryOrganisationFollowsTheHeight)
     ASSERT_TRUE(load(cloud, header("x y z", "4 4 4", "F F F", "1 1 1", 1, 6, "binary"), body));
     EXPECT_TRUE(cloud.isOrganized2d());
     EXPECT_EQ(cloud.width(), 1);
+    // No columns: nothing read and no rows claimed.
+    EXPECT_FALSE(load(cloud, header("x y z", "4 4 4", "F F F", "1 1 1", 0, 5, "binary"), body));
+    EXPECT_EQ(cloud.height(), 0);
+    EXPECT_EQ(cloud.width(), 0);
 }
 
 // ---------------------------------------------------------------- compressed bodies
