@@ -46,7 +46,7 @@ inline int gatherValidPoints(const MVector3d *points, int n, MVector3d *first, i
 // and maximum. Invalid points thus drop out as if they had been skipped.
 inline double projectionOfValid(const MVector3d &p, double projection)
 {
-    const bool marked = (p.x() == MInvalid) | (p.y() == MInvalid) | (p.z() == MInvalid);
+    const bool marked = (int(p.x() == MInvalid) | int(p.y() == MInvalid) | int(p.z() == MInvalid)) != 0;
     return marked ? std::numeric_limits<double>::quiet_NaN() : projection;
 }
 
