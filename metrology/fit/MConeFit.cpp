@@ -30,23 +30,10 @@ void MConeFit::fit()
         return m_result.invalidate();
     const MFitFrame::Scope local(m_frame, MFitFrame(m_points.points(), n));
     double best[8] = {};
-    double bestScore = std::numeric_limits<double>::infinity();
-    for (int k = 0; k < 3; ++k) {
-        double candidate[8];
-        if (!startAlong(pca.center(), pca.eigenVector(k), candidate))
-            continue;
-        // A few steps suffice to tell the right axis from the wrong ones.
-        minimize(*this, candidate, 8, 10, true);
-        const double candidateScore = score(candidate);
-        if (candidateScore < bestScore) {
-            bestScore = candidateScore;
-            std::copy(candidate, candidate + 8, best);
-        }
-    }
-    if (!(bestScore < std::numeric_limits<double>::infinity()))
-        return m_result.invalidate();
-    minimize(*this, best, 8, 200, true);
-    if (!allFinite(best, 8))
+    const bool started = minimizeFromBestStart(
+        *this, 8, best, [&](int k, double *start) { return startAlong(pca.center(), pca.eigenVector(k), start); },
+        [this](const double *parameters) { return score(parameters); });
+    if (!started || !allFinite(best, 8))
         return m_result.invalidate();
 
     MCone cone = coneOf(best);

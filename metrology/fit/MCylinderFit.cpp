@@ -26,23 +26,10 @@ void MCylinderFit::fit()
     // Eight places, of which the last one or two have no gradient: the final
     // minimisation runs over all eight, and the damping keeps them unchanged.
     double best[8] = {};
-    double bestScore = std::numeric_limits<double>::infinity();
-    for (int k = 0; k < 3; ++k) {
-        double candidate[8] = {};
-        if (!startAlong(pca.eigenVector(k), candidate))
-            continue;
-        // A few steps suffice to tell the right axis from the wrong ones.
-        minimize(*this, candidate, count, 10, true);
-        const double candidateScore = score(candidate);
-        if (candidateScore < bestScore) {
-            bestScore = candidateScore;
-            std::copy(candidate, candidate + 8, best);
-        }
-    }
-    if (!(bestScore < std::numeric_limits<double>::infinity()))
-        return m_result.invalidate();
-    minimize(*this, best, 8, 200, true);
-    if (!allFinite(best, count))
+    const bool started = minimizeFromBestStart(
+        *this, count, best, [&](int k, double *start) { return startAlong(pca.eigenVector(k), start); },
+        [this](const double *parameters) { return score(parameters); });
+    if (!started || !allFinite(best, count))
         return m_result.invalidate();
 
     const MCylinder fitted = cylinderOf(best);

@@ -5,6 +5,9 @@
 #include "MLevenbergMarquardt.h"
 #include "Zol3DExport.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace ZOLAR3D {
 
 // Base of the orthogonal-distance fits of the round shapes. A shape is a
@@ -45,6 +48,33 @@ protected:
     {
         PointDistances<Fit> distances{fit, m_frame, this->m_points.points()};
         minimizeProblem(distances, parameters, numParameters, this->m_points.size(), maxNumIterations, normalizing);
+    }
+
+    // The axial fits' search over candidate axes: start(k, parameters) fills
+    // the 8-place start along candidate axis k, 0 to 2, or refuses it; each
+    // start runs a few steps over its numFreeParameters, and the one that
+    // score(parameters) finds closest to the points runs over all eight to the
+    // end, into `best`. False when every candidate was refused.
+    template <class Fit, class Start, class Score>
+    bool minimizeFromBestStart(Fit &fit, int numFreeParameters, double *best, Start start, Score score)
+    {
+        double bestScore = std::numeric_limits<double>::infinity();
+        for (int k = 0; k < 3; ++k) {
+            double candidate[8] = {};
+            if (!start(k, candidate))
+                continue;
+            // A few steps suffice to tell the right axis from the wrong ones.
+            minimize(fit, candidate, numFreeParameters, 10, true);
+            const double candidateScore = score(candidate);
+            if (candidateScore < bestScore) {
+                bestScore = candidateScore;
+                std::copy(candidate, candidate + 8, best);
+            }
+        }
+        if (!(bestScore < std::numeric_limits<double>::infinity()))
+            return false;
+        minimize(fit, best, 8, 200, true);
+        return true;
     }
 
     // The same over the residuals of `problem`, an object with the members
