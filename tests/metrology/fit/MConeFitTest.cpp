@@ -155,8 +155,7 @@ TEST(MConeFit, DegenerateInputGivesNoFalseValidCone)
     std::vector<MVector3d> line;
     for (int i = 0; i < 10; ++i)
         line.push_back(MVector3d(1e3, 2.0 * i, 0));
-    const MCone fromLine = cloudOf(line).fitCone();
-    EXPECT_TRUE(!fromLine.isValid() || (std::isfinite(fromLine.angle()) && std::isfinite(fromLine.length())));
+    EXPECT_FALSE(cloudOf(line).fitCone().isValid());
     EXPECT_FALSE(cloudOf(std::vector<MVector3d>(8, MVector3d(1, 2, 3))).fitCone().isValid());
     RandomGeometry random(5);
     std::vector<MVector3d> points = conePoints(randomFrame(random, 10.0), 0.5, 2.0, 6.0, 2 * Pi, 20, Noise(0, 0.0));
