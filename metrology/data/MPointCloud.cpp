@@ -4,6 +4,7 @@
 #include "MInvalid.h"
 #include "MPointCloudArray.h"
 #include "metrology/core/detail/MTypedArrayImpl.h"
+#include "metrology/data/detail/MPointEdits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -333,16 +334,10 @@ int MPointCloud::compressMemory()
 
 int MPointCloud::cleanPointsOutsideRange(double range)
 {
-    MVector3d *p = points();
-    const int n = numPoints();
-    int cleaned = 0;
-    for (int i = 0; i < n; ++i) {
-        if (p[i].isValid() && (std::fabs(p[i].x()) > range || std::fabs(p[i].y()) > range || std::fabs(p[i].z()) > range)) {
-            p[i].invalidate();
-            ++cleaned;
-        }
-    }
-    return cleaned;
+    const MVector3d *p = points();
+    return invalidateWhere(points(), numPoints(), [&](int i) {
+        return std::fabs(p[i].x()) > range || std::fabs(p[i].y()) > range || std::fabs(p[i].z()) > range;
+    });
 }
 
 void MPointCloud::transpose()

@@ -6,6 +6,7 @@
 #include "MKdTree.h"
 #include "MPlane.h"
 #include "metrology/data/detail/MNeighborhood.h"
+#include "metrology/data/detail/MPointEdits.h"
 #include "metrology/data/detail/MSpatialOrder.h"
 
 #include <algorithm>
@@ -292,30 +293,14 @@ int MPointCloud::cleanOutliers(double radius, int minNeighbors)
 {
     std::vector<int> neighbors(numPoints());
     computeNumNeighbors(neighbors.data(), radius);
-    MVector3d *p = points();
-    int cleaned = 0;
-    for (int i = 0; i < numPoints(); ++i) {
-        if (p[i].isValid() && neighbors[i] < minNeighbors) {
-            p[i].invalidate();
-            ++cleaned;
-        }
-    }
-    return cleaned;
+    return invalidateWhere(points(), numPoints(), [&](int i) { return neighbors[i] < minNeighbors; });
 }
 
 int MPointCloud::cleanSparsePoints(double threshold, double radius)
 {
     std::vector<double> densities(numPoints());
     computePointDensities(densities.data(), radius);
-    MVector3d *p = points();
-    int cleaned = 0;
-    for (int i = 0; i < numPoints(); ++i) {
-        if (p[i].isValid() && densities[i] < threshold) {
-            p[i].invalidate();
-            ++cleaned;
-        }
-    }
-    return cleaned;
+    return invalidateWhere(points(), numPoints(), [&](int i) { return densities[i] < threshold; });
 }
 
 int MPointCloud::cleanSteepPoints(double maxAngle, const MVector3d &viewDirection)
@@ -327,16 +312,10 @@ int MPointCloud::cleanSteepPoints(double maxAngle, const MVector3d &viewDirectio
         computeNormals(0.0);
     const double limit = std::cos(maxAngle);
     const MVector3f direction = viewDirection.normalized().toVector3f();
-    MVector3d *p = points();
     const MVector3f *normal = normals();
-    int cleaned = 0;
-    for (int i = 0; i < numPoints(); ++i) {
-        if (p[i].isValid() && normal[i].isValid() && std::fabs(normal[i].dot(direction)) < limit) {
-            p[i].invalidate();
-            ++cleaned;
-        }
-    }
-    return cleaned;
+    return invalidateWhere(points(), numPoints(), [&](int i) {
+        return normal[i].isValid() && std::fabs(normal[i].dot(direction)) < limit;
+    });
 }
 
 // ---- Smoothing

@@ -14,6 +14,7 @@
 #include "MRangeImage.h"
 #include "MSphere.h"
 #include "metrology/data/detail/MPointAggregates.h"
+#include "metrology/data/detail/MPointEdits.h"
 #include "metrology/data/detail/MShapeQueries.h"
 
 #include <algorithm>
@@ -229,22 +230,6 @@ MRegions MPointCloud::selectSingleRegionByBoundingBoxSize(const MRegions &region
 
 // ---- Edits by region
 
-namespace {
-
-template <class Invalidated>
-int invalidateWhere(MVector3d *p, int n, Invalidated invalidated)
-{
-    int count = 0;
-    for (int i = 0; i < n; ++i) {
-        if (p[i].isValid() && invalidated(i)) {
-            p[i].invalidate();
-            ++count;
-        }
-    }
-    return count;
-}
-
-} // namespace
 
 void MPointCloud::reduceToRegions(const MRegions &regions)
 {

@@ -84,6 +84,43 @@ bool scanColoredPoint(const char *p, const char *end, MVector3d &point, MColor &
     return true;
 }
 
+// Clears the cloud and adds the point of every line that extract(line, point)
+// reads; true when at least one was read.
+template <class Extract>
+bool readPointLines(const wchar_t *path, MPointCloud &cloud, Extract extract)
+{
+    MLineReader in(path);
+    if (!in.isOpen())
+        return false;
+    cloud.clear();
+    std::string_view line;
+    MVector3d point;
+    while (in.nextLine(line))
+        if (extract(line, point))
+            cloud.add(point);
+    return cloud.numPoints() >= 1;
+}
+
+// Writes `head`, then the line that format(line, point, index) makes of each
+// valid point; true when every byte reached the file.
+template <class Format>
+bool writePointLines(const wchar_t *path, const MPointCloud &cloud, std::string_view head, Format format)
+{
+    MBinaryWriter out(path);
+    if (!out.isOpen())
+        return false;
+    TextLine line;
+    line.text(head).writeTo(out);
+    for (int i = 0; i < cloud.numPoints(); ++i) {
+        const MVector3d &p = cloud.points()[i];
+        if (!p.isValid())
+            continue;
+        format(line, p, i);
+        line.writeTo(out);
+    }
+    return out.close();
+}
+
 } // namespace
 
 // ---------------------------------------------------------------- ASCII
@@ -92,34 +129,19 @@ bool MPointCloud::loadAscii(const char *path) { return loadAscii(MPathEncoding::
 
 bool MPointCloud::loadAscii(const wchar_t *path)
 {
-    MLineReader in(path);
-    if (!in.isOpen())
-        return false;
-    clear();
-    std::string_view line;
-    MVector3d point;
-    while (in.nextLine(line))
-        if (extractPoint(line.data(), line.data() + line.size(), point))
-            add(point);
-    return numPoints() >= 1;
+    return readPointLines(path, *this, [](std::string_view line, MVector3d &point) {
+        return extractPoint(line.data(), line.data() + line.size(), point);
+    });
 }
 
 bool MPointCloud::saveAscii(const char *path) const { return saveAscii(MPathEncoding::widen(path).c_str()); }
 
 bool MPointCloud::saveAscii(const wchar_t *path) const
 {
-    MBinaryWriter out(path);
-    if (!out.isOpen())
-        return false;
-    TextLine line;
-    for (int i = 0; i < numPoints(); ++i) {
-        const MVector3d &p = points()[i];
-        if (!p.isValid())
-            continue;
+    return writePointLines(path, *this, {}, [](TextLine &line, const MVector3d &p, int) {
         line.number(p.x(), AsciiDigits).character('\t').number(p.y(), AsciiDigits).character('\t');
-        line.number(p.z(), AsciiDigits).character('\n').writeTo(out);
-    }
-    return out.close();
+        line.number(p.z(), AsciiDigits).character('\n');
+    });
 }
 
 bool MPointCloud::loadAsciiRgb(const char *path) { return loadAsciiRgb(MPathEncoding::widen(path).c_str()); }
@@ -150,22 +172,14 @@ bool MPointCloud::saveAsciiRgb(const char *path) const { return saveAsciiRgb(MPa
 
 bool MPointCloud::saveAsciiRgb(const wchar_t *path) const
 {
-    MBinaryWriter out(path);
-    if (!out.isOpen())
-        return false;
     // Without colours every point gets the fill colour of new colours.
-    const bool withColors = hasColors();
-    TextLine line;
-    for (int i = 0; i < numPoints(); ++i) {
-        const MVector3d &p = points()[i];
-        if (!p.isValid())
-            continue;
-        const MColor c = withColors ? colors()[i] : MColor::Gray;
+    const MColor *pointColors = hasColors() ? colors() : nullptr;
+    return writePointLines(path, *this, {}, [pointColors](TextLine &line, const MVector3d &p, int i) {
+        const MColor c = pointColors ? pointColors[i] : MColor::Gray;
         line.number(p.x(), TextDigits).character(' ').number(p.y(), TextDigits).character(' ');
         line.number(p.z(), TextDigits).character(' ').integer(c.red()).character(' ');
-        line.integer(c.green()).character(' ').integer(c.blue()).character('\n').writeTo(out);
-    }
-    return out.close();
+        line.integer(c.green()).character(' ').integer(c.blue()).character('\n');
+    });
 }
 
 // ---------------------------------------------------------------- OBJ
@@ -174,37 +188,22 @@ bool MPointCloud::loadObj(const char *path) { return loadObj(MPathEncoding::wide
 
 bool MPointCloud::loadObj(const wchar_t *path)
 {
-    MLineReader in(path);
-    if (!in.isOpen())
-        return false;
-    clear();
-    std::string_view line;
-    MVector3d point;
-    while (in.nextLine(line))
-        if (line.size() >= 2 && line[0] == 'v' && line[1] == ' ' &&
-            extractPoint(line.data() + 2, line.data() + line.size(), point))
-            add(point);
-    return numPoints() >= 1;
+    return readPointLines(path, *this, [](std::string_view line, MVector3d &point) {
+        return line.size() >= 2 && line[0] == 'v' && line[1] == ' ' &&
+               extractPoint(line.data() + 2, line.data() + line.size(), point);
+    });
 }
 
 bool MPointCloud::saveObj(const char *path) const { return saveObj(MPathEncoding::widen(path).c_str()); }
 
 bool MPointCloud::saveObj(const wchar_t *path) const
 {
-    MBinaryWriter out(path);
-    if (!out.isOpen())
-        return false;
-    TextLine line;
-    line.text("# 3d obj file\n# written by ZOLAR3D - the 3d metrology library\n# vertices(");
-    line.integer(numValidPoints()).text(")\n").writeTo(out);
-    for (int i = 0; i < numPoints(); ++i) {
-        const MVector3d &p = points()[i];
-        if (!p.isValid())
-            continue;
+    const std::string head = "# 3d obj file\n# written by ZOLAR3D - the 3d metrology library\n# vertices(" +
+                             std::to_string(numValidPoints()) + ")\n";
+    return writePointLines(path, *this, head, [](TextLine &line, const MVector3d &p, int) {
         line.text("v ").number(p.x(), TextDigits).character(' ').number(p.y(), TextDigits).character(' ');
-        line.number(p.z(), TextDigits).character('\n').writeTo(out);
-    }
-    return out.close();
+        line.number(p.z(), TextDigits).character('\n');
+    });
 }
 
 // ---------------------------------------------------------------- by suffix

@@ -274,7 +274,12 @@ void MKdTree::Impl::clear()
     numPoints = 0;
 }
 
-void MKdTree::Impl::from(const MVector3d *points, int count)
+void MKdTree::Impl::from(const MVector3d *points, int count) { fromPoints(points, count); }
+
+void MKdTree::Impl::from(const MVector3f *points, int count) { fromPoints(points, count); }
+
+template <class Point>
+void MKdTree::Impl::fromPoints(const Point *points, int count)
 {
     clear();
     if (!points || count <= 0)
@@ -282,16 +287,6 @@ void MKdTree::Impl::from(const MVector3d *points, int count)
     nodes.setBlockSize(count / 8 + 1);
     build(points, count);
     // Invalid points keep their index too, so insert starts after all of them.
-    numPoints = count;
-}
-
-void MKdTree::Impl::from(const MVector3f *points, int count)
-{
-    clear();
-    if (!points || count <= 0)
-        return;
-    nodes.setBlockSize(count / 8 + 1);
-    build(points, count);
     numPoints = count;
 }
 

@@ -66,6 +66,9 @@ public:
 
 private:
     Node *newNode();
+    // The bulk build of either point precision.
+    template <class Point>
+    void fromPoints(const Point *points, int count);
     template <class Point>
     void build(const Point *points, int count);
 };
